@@ -1,0 +1,66 @@
+// A view of one attribute, as it stood when the pair was made: over a record entry by its word indexes, or over a pending
+// attribute by copies of its texts.
+//
+// A pair holds no reference on its element, but keeps the element's memory, so it can tell when the element or the
+// document is gone; it then answers null and false. A document keeps the memory of released pairs for the next ones.
+#pragma once
+
+#include <cstdint>
+
+#include "model/attr_list.h"
+#include "model/held_text.h"
+#include "model/node.h"
+#include "parvel/parvel.h"
+
+class CAttrPairPool;
+
+class CAttrPair final : public IAttrPair {
+public:
+    HRESULT PARVEL_CALL QueryInterface(const IID& iid, void** out) override;
+    ULONG PARVEL_CALL AddRef() override;
+    ULONG PARVEL_CALL Release() override;
+    const WCHAR* PARVEL_CALL GetName() override;
+    const WCHAR* PARVEL_CALL GetValue() override;
+    bool PARVEL_CALL SetValue(const WCHAR* text) override;
+
+private:
+    friend class CAttrPairPool;
+
+    CAttrPair() = default;
+
+    CBinaryDocument* Document() const;
+    const WCHAR* TextOf(std::int32_t word, const CHeldText& held) const;
+
+    std::uint32_t m_refs = 0;
+    std::uint32_t m_serial = 0;  // of the element's cell when the pair was made
+    std::int32_t m_nameWord = 0;
+    std::int32_t m_valueWord = 0;
+    bool m_isHeld = false;       // from a pending attribute
+    CBinNode* m_element = nullptr;
+    CHeldText m_name;
+    CHeldText m_value;
+};
+
+/// Makes a document's pairs. Pairs may outlive it.
+class CAttrPairPool {
+public:
+    CAttrPairPool() = default;
+    CAttrPairPool(const CAttrPairPool&) = delete;
+    CAttrPairPool& operator=(const CAttrPairPool&) = delete;
+    ~CAttrPairPool();
+
+    /// A pair with one reference, over a record entry or from a pending attribute. Throws std::bad_alloc.
+    CAttrPair* Make(CBinNode* element, std::int32_t nameWord, std::int32_t valueWord);
+    CAttrPair* Make(CBinNode* element, const CPendingAttr& attr);
+
+    /// Takes back a released pair.
+    void Recycle(CAttrPair* pair);
+
+private:
+    CAttrPair* Take(CBinNode* element);
+
+    // A host that walks attributes holds one pair, or a few.
+    static constexpr std::size_t kMostFree = 16;
+    CAttrPair* m_free[kMostFree] = {};
+    std::size_t m_freeCount = 0;
+};

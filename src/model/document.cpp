@@ -1,0 +1,278 @@
+// The document's own operations: lifetime, root, options, saving; and the bookkeeping of its nodes.
+#include "model/document.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "model/node_state.h"
+#include "model/rebuild.h"
+#include "model/tree_writer.h"
+#include "platform/file.h"
+
+namespace {
+
+constexpr WCHAR kRootName[] = WTEXT("root");
+constexpr std::uint32_t kOption1Bit = 1;
+constexpr std::uint32_t kNotListed = 0xFFFFFFFF;
+
+}  // namespace
+
+CBinaryDocument* CBinaryDocument::Create() {
+    CBinaryDocument* document = new CBinaryDocument;
+    document->m_refs = 1;
+    return document;
+}
+
+// Nodes are not visited one by one: states go, and with the pool all slabs of which nobody keeps a node.
+CBinaryDocument::~CBinaryDocument() {
+    while (CNodeState* state = m_states) {
+        CBinNode* node = state->node;
+        delete state;
+        node->m_parent = nullptr;
+        node->m_record = nullptr;
+        node->m_links = links::kGone;
+        if (node->Slab()->document != this) {  // taken over from another document
+            if (node->m_refs == 0) CNodePool::Free(node);
+            node->Slab()->Unkeep();
+        }
+    }
+    m_root = nullptr;
+}
+
+HRESULT CBinaryDocument::QueryInterface(const IID& iid, void** out) {
+    if (iid != IID_IBinDocument || !out) return 1;
+    *out = static_cast<IBinDocument*>(this);
+    AddRef();
+    return 0;
+}
+
+ULONG CBinaryDocument::AddRef() {
+    return ++m_refs;
+}
+
+ULONG CBinaryDocument::Release() {
+    const std::uint32_t refs = --m_refs;
+    if (refs == 0) Destroy();
+    return refs;
+}
+
+void CBinaryDocument::Destroy() {
+    delete this;
+}
+
+void CBinaryDocument::GetRoot(IBinNode** out) {
+    if (!out) return;
+    *out = nullptr;
+    try {
+        if (!m_root) {
+            CBinNode* root = NewNode();
+            try {
+                root->BecomeElement(kRootName);
+            } catch (...) {
+                root->Release();
+                throw;
+            }
+            UnlistDetached(root);
+            m_root = root;
+            m_modified = true;  // its name is not in the dictionary yet
+            m_root->Release();
+        }
+        m_root->AddRef();
+        *out = m_root;
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+void CBinaryDocument::Clone(IBinDocument** out) {
+    if (!out) return;
+    CBinaryDocument* copy = nullptr;
+    try {
+        copy = Create();
+        copy->m_words = m_words;
+        copy->m_optionFlags = m_optionFlags;
+        copy->m_optionValue = m_optionValue;
+        std::memcpy(copy->m_path, m_path, sizeof(m_path));
+        if (m_root) {
+            if (CBinNode* root = CBinNode::CloneTo(m_root, copy, true)) {
+                copy->UnlistDetached(root);
+                copy->m_root = root;
+                copy->m_modified = true;
+                root->Release();
+            }
+        }
+        *out = copy;
+    } catch (const std::bad_alloc&) {
+        if (copy) copy->Release();
+    }
+}
+
+void CBinaryDocument::ClearDictionary() {
+    m_words.Clear();
+}
+
+void CBinaryDocument::GiveUpRoot() {
+    m_root = nullptr;
+    m_modified = true;
+    m_isBlockCurrent = false;
+}
+
+CBinNode* CBinaryDocument::NewNode() {
+    CBinNode* node = m_pool.Allocate(1);
+    node->AddRef();
+    ListDetached(node);
+    return node;
+}
+
+void CBinaryDocument::CreateNode(IBinNode** out) {
+    if (!out) return;
+    try {
+        *out = NewNode();
+    } catch (const std::bad_alloc&) {
+        *out = nullptr;
+    }
+}
+
+void CBinaryDocument::CreateElement(IBinNode** out, const WCHAR* name) {
+    if (!out || !name || !*name) return;
+    CBinNode* node = nullptr;
+    try {
+        node = NewNode();
+        node->BecomeElement(name);
+        *out = node;
+    } catch (const std::bad_alloc&) {
+        if (node) node->Release();
+        *out = nullptr;
+    }
+}
+
+void CBinaryDocument::SetOption(std::int32_t option, const std::uint32_t* value) {
+    if (option != 1 || !value) return;
+    m_optionValue = *value;
+    m_optionFlags = *value != 0 ? m_optionFlags | kOption1Bit : m_optionFlags & ~kOption1Bit;
+}
+
+std::uint32_t CBinaryDocument::GetOption(std::int32_t) {
+    return 0;
+}
+
+bool CBinaryDocument::Save() {
+    return m_path[0] != 0 && SaveToFile(m_path);
+}
+
+bool CBinaryDocument::SaveToFile(const WCHAR* path) {
+    try {
+        Compact();
+        COutputFile file;
+        if (!file.Open(path)) return false;
+        WriteDictionary(file, m_words);
+        WriteTree(file, *this);
+        file.Close();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool CBinaryDocument::ExportToXml(const WCHAR*) {
+    // NOT BUILT YET: comes with src/export.
+    return false;
+}
+
+bool CBinaryDocument::IsModified() {
+    return m_modified;
+}
+
+bool CBinaryDocument::SetModified(bool modified) {
+    m_modified = modified;
+    return modified;
+}
+
+bool CBinaryDocument::IsEqual(IBinDocument** other) {
+    if (!other || !*other) return false;
+    CBinaryDocument* document = static_cast<CBinaryDocument*>(*other);
+    if (document == this) return true;
+    if (m_words.GetWordCount() != document->m_words.GetWordCount()) return false;
+    if (!m_root || !document->m_root) return !m_root && !document->m_root;
+    try {
+        return CBinNode::Compare(m_root, document->m_root, true);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void CBinaryDocument::Compact() {
+    if (m_root && m_modified) {
+        HoldDetachedNodes();
+        CRebuild(*this).Run();
+    }
+    m_modified = false;
+}
+
+// Nodes that hang on nothing keep what they show, although the words that they refer to may go.
+void CBinaryDocument::HoldDetachedNodes() {
+    for (CBinNode* node : m_detached) node->HoldSubtree();
+}
+
+void CBinaryDocument::Replace(CWordDict&& words, CRecordTree&& tree) {
+    m_words = std::move(words);
+    m_tree = std::move(tree);
+    m_isBlockCurrent = true;
+}
+
+void CBinaryDocument::ListDetached(CBinNode* node) {
+    try {
+        m_detached.push_back(node);
+        node->m_slot = static_cast<std::uint32_t>(m_detached.size() - 1);
+    } catch (const std::bad_alloc&) {
+        node->m_slot = kNotListed;
+    }
+}
+
+void CBinaryDocument::UnlistDetached(CBinNode* node) {
+    if (node->m_slot == kNotListed) return;
+    m_detached.back()->m_slot = node->m_slot;
+    m_detached[node->m_slot] = m_detached.back();
+    m_detached.pop_back();
+}
+
+void CBinaryDocument::DestroySubtree(CBinNode* top) {
+    // What waits to be destroyed is chained through m_parent: no recursion, and no memory.
+    top->m_parent = nullptr;
+    for (CBinNode* waiting = top; waiting;) {
+        CBinNode* node = waiting;
+        waiting = node->m_parent;
+        for (CBinNode* child = node->HasMadeChildren() ? node->FirstMadeChild() : nullptr; child;) {
+            CBinNode* next = node->NextMadeChild(child);
+            if (child->m_refs > 0) {
+                child->m_parent = nullptr;
+                ListDetached(child);
+            } else {
+                child->m_parent = waiting;
+                waiting = child;
+            }
+            child = next;
+        }
+        DestroyNode(node);
+    }
+}
+
+void CBinaryDocument::DestroyNode(CBinNode* node) {
+    CNodeSlab* slab = node->Slab();
+    const bool isFromElsewhere = slab->document != this;
+    delete node->State();
+    node->m_links = 0;
+    CNodePool::Free(node);
+    if (isFromElsewhere) slab->Unkeep();
+}
+
+void CBinaryDocument::AddState(CNodeState* state) {
+    state->next = m_states;
+    if (m_states) m_states->previous = state;
+    m_states = state;
+}
+
+void CBinaryDocument::RemoveState(CNodeState* state) {
+    (state->previous ? state->previous->next : m_states) = state->next;
+    if (state->next) state->next->previous = state->previous;
+}

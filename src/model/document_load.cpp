@@ -1,0 +1,152 @@
+// Loading: a file or buffer becomes one block, checked and terminated in place; nodes are made when asked for.
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "model/document.h"
+#include "model/layout.h"
+#include "model/node_state.h"
+#include "platform/dialog.h"
+#include "platform/file.h"
+
+namespace {
+
+// Record offsets are 32 bits wide; no larger file is read into memory.
+constexpr std::int64_t kMostFileBytes = 0xFFFFFF00;
+
+// For ScanRecords, of a buffer whose length the caller does not tell.
+constexpr std::uint64_t kUnknownByteCount = static_cast<std::uint64_t>(-1);
+
+constexpr WCHAR kUnknownRecordText[] = WTEXT("解析文档节点出现异常！");
+
+SharedBytes NewBlock(std::size_t byteCount) {
+    return std::make_shared_for_overwrite<unsigned char[]>(byteCount + CWordDict::kBlockSpareBytes);
+}
+
+// How far the dictionary of a buffer of unknown length reaches.
+struct DictionaryExtent {
+    bool isWhole = false;
+    std::size_t end = kWordCountBytes;    // where the records start; in a broken dictionary, behind what breaks it
+    std::size_t bytes = kWordCountBytes;  // that must be read: a last word of odd length reaches into the root record
+};
+
+DictionaryExtent MeasureDictionary(const unsigned char* bytes, std::uint64_t byteLimit) {
+    DictionaryExtent extent;
+    const std::uint32_t wordCount = ReadU32(bytes);
+    if (wordCount > kMostWords) return extent;
+    std::uint64_t total = 0;
+    for (std::uint32_t i = 0; i < wordCount; ++i) {
+        const std::uint32_t length = ReadU32(bytes + extent.end);
+        extent.end += kWordLengthBytes;
+        extent.bytes = extent.end;
+        total += length;
+        if (length > kMostWordBytes || (byteLimit > 0 && total > byteLimit)) return extent;
+        extent.bytes = extent.end + length;
+        extent.end += length & ~std::uint32_t{1};
+    }
+    extent.isWhole = true;
+    return extent;
+}
+
+}  // namespace
+
+bool CBinaryDocument::LoadFromFile(const WCHAR* path) {
+    if (!path || !*path) return false;
+    const std::size_t length = TextLength(path);
+    if (length < kPathUnits) {
+        std::memmove(m_path, path, (length + 1) * sizeof(WCHAR));
+    } else {
+        m_path[0] = 0;
+    }
+    try {
+        CWordDict formerWords;
+        std::swap(m_words, formerWords);
+        return ReadFile(path, formerWords);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& formerWords) {
+    CInputFile file;
+    if (!file.Open(path)) return false;
+    const std::int64_t size = file.Size();
+    if (size < 0) return false;
+    m_fileSize = size;
+    if (size == 0 || size > kMostFileBytes) return false;
+    const std::size_t byteCount = static_cast<std::size_t>(size);
+    const SharedBytes block = NewBlock(byteCount);
+    if (file.Read(block.get(), byteCount) != size) return false;
+
+    CWordDict words;
+    CRecordTree tree;
+    tree.bytes = block;
+    const std::size_t recordsOffset = words.TakeBlock(block, byteCount, static_cast<std::uint64_t>(size));
+    if (recordsOffset == 0 || !ScanRecords(block.get(), recordsOffset, byteCount, tree)) {
+        m_words = std::move(words);
+        return false;
+    }
+    m_words = std::move(formerWords);
+    AdoptTree(std::move(tree), std::move(words));
+    return true;
+}
+
+bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
+    if (!buffer) return false;
+    try {
+        const unsigned char* bytes = static_cast<const unsigned char*>(buffer);
+        const std::uint64_t byteLimit = static_cast<std::uint64_t>(m_fileSize);
+        const DictionaryExtent extent = MeasureDictionary(bytes, byteLimit);
+        CRecordTree tree;
+        const bool isWhole = extent.isWhole && ScanRecords(bytes, extent.end, kUnknownByteCount, tree);
+        const std::size_t byteCount = std::max<std::size_t>(extent.bytes, tree.end);
+
+        CWordDict words;
+        tree.bytes = NewBlock(byteCount);
+        std::memcpy(tree.bytes.get(), bytes, byteCount);
+        words.TakeBlock(tree.bytes, byteCount, byteLimit);
+        if (!isWhole) {
+            m_words = std::move(words);
+            return false;
+        }
+        AdoptTree(std::move(tree), std::move(words));
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
+    CBinNode* root = m_pool.Allocate(1);
+    try {
+        HoldKeptNodes();
+    } catch (...) {
+        CNodePool::Free(root);
+        throw;
+    }
+    for (std::uint64_t i = 0; i < tree.unknownCount; ++i) OutputDebugStringW(kUnknownRecordText);
+    if (CBinNode* former = m_root) {
+        m_root = nullptr;
+        former->LetGo();
+    }
+    m_root = root;
+    Replace(std::move(words), std::move(tree));
+    if (m_tree.IsEmpty()) return;
+    root->m_record = m_tree.bytes.get() + m_tree.begin;
+    if (!m_tree.spans.IsEmpty()) root->m_links = links::Unmade(0);
+}
+
+// What somebody holds of the tree that is about to go keeps showing what it showed.
+void CBinaryDocument::HoldKeptNodes() {
+    HoldDetachedNodes();
+    if (!m_root || !m_pool.HasKeptNodes()) return;
+    for (CBinNode* node = m_root; node;) {
+        if (node->m_refs > 0) {
+            node->HoldSubtree();
+            node = node->NextMadeBehind(m_root);
+        } else {
+            node = node->NextMadeInPreOrder(m_root);
+        }
+    }
+}

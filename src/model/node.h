@@ -1,0 +1,156 @@
+// One node of a document's tree.
+//
+// A node loaded from a file is 48 bytes and nothing else: its record lies in the document's block, and the nodes of an
+// element's children are made, side by side, when somebody first asks for one. What an edit needs beyond that is in a
+// CNodeState, which an unedited node does not have. The results of all operations are as if each node had its own copy of
+// its record and all children stood ready.
+//
+// Lifetimes. m_refs counts references held outside the tree; a parent's hold on its child and a document's on its root
+// are one more, which AddRef and Release include in what they answer. A node lives while it is held either way. A node
+// whose last parent goes away while somebody holds it is detached; one whose document goes away is gone: every operation
+// answers null, 0 or false, and only its memory stays, until the last reference goes.
+#pragma once
+
+#include <cstdint>
+
+#include "model/layout.h"
+#include "model/ordered_list.h"
+#include "parvel/parvel.h"
+
+class CAttrList;
+class CBinaryDocument;
+class CBinNode;
+struct CNodeSlab;
+struct CNodeState;
+
+using CChildList = COrderedList<CBinNode>;
+
+class CBinNode final : public IBinNode {
+public:
+    HRESULT PARVEL_CALL QueryInterface(const IID& iid, void** out) override;
+    ULONG PARVEL_CALL AddRef() override;
+    ULONG PARVEL_CALL Release() override;
+    std::uint32_t PARVEL_CALL GetType() override;
+    std::int32_t PARVEL_CALL GetAttrCount() override;
+    const WCHAR* PARVEL_CALL GetName() override;
+    const WCHAR* PARVEL_CALL GetValue() override;
+    std::int32_t PARVEL_CALL GetChildCount() override;
+    void PARVEL_CALL GetParent(IBinNode** out) override;
+    void PARVEL_CALL GetChild(std::int32_t index, IBinNode** out) override;
+    const WCHAR* PARVEL_CALL GetAttribute(const WCHAR* name) override;
+    void PARVEL_CALL GetAttrPair(std::int32_t index, IAttrPair** out) override;
+    bool PARVEL_CALL SetName(const WCHAR* name) override;
+    bool PARVEL_CALL SetAttribute(const WCHAR* name, const WCHAR* value) override;
+    bool PARVEL_CALL RemoveAttribute(const WCHAR* name) override;
+    bool PARVEL_CALL AppendChild(IBinNode** child) override;
+    bool PARVEL_CALL RemoveFromParent() override;
+    bool PARVEL_CALL Clone(IBinNode** out, bool deep) override;
+    bool PARVEL_CALL SetValue(const WCHAR* text) override;
+    bool IsEqual(IBinNode** other, bool deep) override;
+
+    // What follows is for the document, the rebuild, the writer and the pool.
+
+    /// The owning document; null once it is gone.
+    CBinaryDocument* Document() const;
+    CBinNode* Parent() const { return m_parent; }
+    /// In a parent's child list, or a document's root.
+    bool IsAttached() const;
+    /// The record, or null for a bare node.
+    const unsigned char* Record() const { return m_record; }
+    /// Edits and held texts; null for a node that has none.
+    CNodeState* State() const;
+    std::uint32_t Serial() const { return m_serial; }
+
+    /// Length of the child list, made or not.
+    std::uint32_t ListCount() const;
+    /// The children that have been made: all of an element's, or none.
+    bool HasMadeChildren() const;
+    bool HasUnmadeChildren() const;
+    /// With made children: how many have a record, so that a save writes them.
+    std::uint32_t WrittenChildCount() const;
+    CBinNode* FirstMadeChild() const;
+    CBinNode* NextMadeChild(const CBinNode* child) const;
+    /// The node behind this one in pre-order among the made nodes at and below `top`; null behind the last.
+    CBinNode* NextMadeInPreOrder(const CBinNode* top) const;
+    /// The same, with this node's own subtree passed over.
+    CBinNode* NextMadeBehind(const CBinNode* top) const;
+    /// Makes the nodes of this element's children, unless they are made. Throws std::bad_alloc.
+    void MakeChildren();
+    /// With unmade children: the index of this element's span in the document's record tree.
+    std::uint32_t UnmadeSpan() const;
+
+    /// Ends the hold of a parent or document: a node that nobody else holds is destroyed with its subtree.
+    void LetGo();
+
+    // The write-back steps of edits, and the moves between documents. They throw std::bad_alloc.
+
+    /// Moves the record's attributes into the pending list.
+    void LoadAttributes();
+    /// Writes the pending attributes into the record, with words of `words`.
+    void StoreAttributes(CWordDict& words);
+    /// Writes the pending value into the record or the only text child, with words of the document's dictionary.
+    void StoreValue();
+    /// Holds this node's texts, and those of all below it, as edits: they then outlive the document's dictionary. With
+    /// `isLeaving` the way a node takes them along into another document, its name included.
+    void HoldSubtree(bool isLeaving = false);
+    /// A copy for `target`, with one outside reference; null when the source has no name.
+    static CBinNode* CloneTo(CBinNode* source, CBinaryDocument* target, bool deep);
+    /// Whether the two are alike, in pre-order when `deep`.
+    static bool Compare(CBinNode* a, CBinNode* b, bool deep);
+    /// Makes this fresh node an element of the given held name.
+    void BecomeElement(const WCHAR* name);
+    /// AppendChild without its questions.
+    bool AppendNode(CBinNode* child);
+
+private:
+    friend class CNodePool;
+    friend struct CNodeSlab;
+    friend class CBinaryDocument;
+    friend class CRebuild;
+    friend struct CNodeState;
+    friend class COrderedList<CBinNode>;
+
+    CBinNode() = default;
+
+    struct AttrTexts {
+        const WCHAR* name;
+        const WCHAR* value;
+    };
+
+    CNodeSlab* Slab() const;
+    CNodeState& NeedState();
+    std::uintptr_t& Links();
+    std::uintptr_t Links() const;
+    CChildList& NeedChildList();
+    unsigned char* NeedOwnRecord();
+    void SetOwnRecord(const unsigned char* bytes, std::size_t size);
+    void MarkModified();
+
+    bool HasPendingAttrs() const;
+    AttrTexts AttrAt(std::uint32_t index) const;
+    const unsigned char* FindAttrEntry(TextView key) const;
+    const unsigned char* FindStored(TextView name) const;
+    bool SetAttributeText(TextView name, TextView value);
+    bool RemoveAttributeText(TextView name);
+    void AppendNewText(TextView text);
+
+    bool IsBelow(const CBinNode* other) const;
+    void PrepareList();
+    void Unhook();
+    void TakeFromParent();
+    void HoldTexts(bool isLeaving);
+    void MoveInto(CBinaryDocument* document);
+    CBinNode* CopyAlone(CBinaryDocument* target);
+    void CopyElementTexts(CBinNode& copy);
+    bool EqualsAlone(CBinNode& other);
+
+    std::uint32_t m_refs = 0;
+    std::uint32_t m_cell = 0;         // number of this node in its slab
+    CBinNode* m_parent = nullptr;     // of a free cell: the next free one
+    unsigned char* m_record = nullptr;
+    std::uintptr_t m_links = 0;       // see node_state.h
+    std::uint32_t m_slot = 0;         // place in the parent's list, or in the document's list of detached nodes
+    std::uint32_t m_serial = 0;       // grows each time the cell is used anew
+};
+
+static_assert(sizeof(void*) != 8 || sizeof(CBinNode) == 48);

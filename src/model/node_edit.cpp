@@ -1,0 +1,221 @@
+// Edits of one node, and the write-back of its edit state into its record.
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "model/attr_table.h"
+#include "model/document.h"
+#include "model/node.h"
+#include "model/node_state.h"
+
+void CBinNode::MarkModified() {
+    Document()->SetModified(true);
+}
+
+void CBinNode::SetOwnRecord(const unsigned char* bytes, std::size_t size) {
+    CNodeState& state = NeedState();
+    if (size <= sizeof(state.smallRecord)) {
+        std::memmove(state.smallRecord, bytes, size);
+        m_record = state.smallRecord;
+        state.largeRecord.reset();
+    } else {
+        auto record = std::make_unique_for_overwrite<unsigned char[]>(size);
+        std::memcpy(record.get(), bytes, size);
+        state.largeRecord = std::move(record);
+        m_record = state.largeRecord.get();
+    }
+    Document()->LeaveBlock();
+}
+
+unsigned char* CBinNode::NeedOwnRecord() {
+    CNodeState& state = NeedState();
+    if (m_record == state.smallRecord || m_record == state.largeRecord.get()) return m_record;
+    MakeChildren();  // unmade children are found behind the record in the block
+    SetOwnRecord(m_record, static_cast<std::size_t>(GetRecordSize(m_record)));
+    return m_record;
+}
+
+void CBinNode::BecomeElement(const WCHAR* name) {
+    CNodeState& state = NeedState();
+    state.name.Set(name);
+    unsigned char record[kElementBytes];
+    WriteElementRecord(record, 0, kNoWord);
+    SetOwnRecord(record, sizeof(record));
+}
+
+bool CBinNode::SetName(const WCHAR* name) {
+    if (!Document() || !name || !*name) return false;
+    try {
+        CNodeState& state = NeedState();
+        if (state.name.IsEmpty()) {
+            // Stays held even when the name turns out to be the same.
+            if (const WCHAR* current = GetName()) state.name.Set(current);
+        }
+        if (state.name.Equals(name)) return true;
+        state.name.Set(name);
+        MarkModified();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool CBinNode::SetAttribute(const WCHAR* name, const WCHAR* value) {
+    if (!Document() || !name || !*name || !value) return false;
+    try {
+        return SetAttributeText(name, value);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool CBinNode::SetAttributeText(TextView name, TextView value) {
+    CBinaryDocument* document = Document();
+    if (const unsigned char* entry = FindStored(name)) {
+        if (TextView(document->GetWord(ReadU32(entry + kAttrValueOffset))) == value) return true;
+    }
+    CNodeState& state = NeedState();
+    LoadAttributes();
+    CPendingAttr* attr = state.attrs ? state.attrs->Find(name) : nullptr;
+    if (!attr) {
+        if (!state.attrs) state.attrs = std::make_unique<CAttrList>();
+        state.attrs->Add(name, value);
+        MarkModified();
+    } else if (attr->value.View() != value) {
+        attr->value.Set(value);
+        MarkModified();
+    }
+    if (!document->IsModified()) StoreAttributes(document->Words());
+    return true;
+}
+
+bool CBinNode::RemoveAttribute(const WCHAR* name) {
+    if (!Document() || !name || !*name) return false;
+    try {
+        return RemoveAttributeText(name);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool CBinNode::RemoveAttributeText(TextView name) {
+    CBinaryDocument* document = Document();
+    const CNodeState* stored = State();
+    if (stored && stored->isStored && !document->IsModified() && !FindStored(name)) return false;
+    CNodeState& state = NeedState();
+    LoadAttributes();
+    CPendingAttr* attr = state.attrs ? state.attrs->Find(name) : nullptr;
+    if (attr) {
+        state.attrs->Remove(attr);
+        if (state.attrs->Count() == 0) state.attrs.reset();
+        MarkModified();
+    }
+    if (!document->IsModified()) StoreAttributes(document->Words());
+    return attr != nullptr;
+}
+
+// The entry of exactly this name, where the record is as StoreAttributes has left it and storing it again would change
+// nothing: asking for what is already there then costs a search, not a rewrite of all attributes.
+const unsigned char* CBinNode::FindStored(TextView name) const {
+    const CNodeState* state = State();
+    if (!state || !state->isStored || Document()->IsModified()) return nullptr;
+    return AttrCountOf(m_record) > 0 ? FindAttrEntry(name) : nullptr;
+}
+
+void CBinNode::LoadAttributes() {
+    if (!IsElement(m_record) || ReadI32(m_record + kAttrCountOffset) == 0) return;
+    CBinaryDocument* document = Document();
+    const std::uint32_t count = AttrCountOf(m_record);
+    unsigned char* record = NeedOwnRecord();
+    CNodeState& state = *State();
+    std::unique_ptr<CAttrList> attrs = count > 0 ? LoadAttrList(record, document->Words()) : nullptr;
+    // The record's table and the pending list are never in use together.
+    state.attrs = std::move(attrs);
+    state.isStored = false;
+    WriteU32(record + kAttrCountOffset, 0);
+    SetOwnRecord(record, kElementBytes);
+}
+
+void CBinNode::StoreAttributes(CWordDict& words) {
+    CNodeState* state = State();
+    if (!m_record || !state || !state->attrs) return;
+    if (!IsElement(m_record)) {
+        state->attrs.reset();
+        return;
+    }
+    const CBinaryDocument* document = Document();
+    const std::uint32_t count = state->attrs->Count();
+    CGrowArray<unsigned char> record;
+    record.Extend(kElementBytes + kAttrEntryBytes * std::size_t{count});
+    std::memcpy(record.Data(), m_record, kElementBytes);
+
+    const TextView ownValue(document->GetWord(ReadU32(m_record + kOwnValueOffset)));
+    WriteU32(record.Data() + kWordOffset, words.AddWord(document->GetWord(ReadU32(m_record + kWordOffset)), false));
+    WriteU32(record.Data() + kOwnValueOffset, ownValue.empty() ? kNoWord : words.AddWord(ownValue, false));
+    WriteU32(record.Data() + kAttrCountOffset, count);
+    StoreAttrList(*state->attrs, record.Data() + kElementBytes, words);
+    SetOwnRecord(record.Data(), record.Size());
+    state->attrs.reset();
+
+    state->isStored = true;
+    for (std::uint32_t i = 1; i < count && state->isStored; ++i) {
+        state->isStored = CompareAttrNames(AttrEntryOf(m_record, i - 1), AttrEntryOf(m_record, i), words) != 0;
+    }
+}
+
+bool CBinNode::SetValue(const WCHAR* text) {
+    if (!Document() || !text) return false;
+    try {
+        CNodeState& state = NeedState();
+        if (state.value.IsEmpty()) {
+            // Stays pending even when the text turns out to be the same.
+            if (const WCHAR* current = GetValue()) state.value.Set(current);
+        }
+        if (state.value.Equals(text)) return true;
+        state.value.Set(text);
+        StoreValue();
+        MarkModified();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void CBinNode::StoreValue() {
+    CNodeState* state = State();
+    if (!m_record || !state) return;
+    CBinaryDocument* document = Document();
+    const TextView text = state->value.View();
+    if (IsText(m_record)) {
+        WriteU32(m_record + kWordOffset, document->Words().AddWord(text, false));
+        state->holdsTexts = false;
+    } else if (ListCount() == 0) {
+        if (!text.empty()) AppendNewText(text);
+    } else if (ListCount() == 1) {
+        MakeChildren();
+        CBinNode* child = FirstMadeChild();
+        if (child->m_record && *child->m_record == kText) {
+            WriteU32(child->m_record + kWordOffset, document->Words().AddWord(text, false));
+            if (CNodeState* childState = child->State()) {
+                childState->value.Clear();
+                childState->holdsTexts = false;
+            }
+        }
+    }
+    state->value.Clear();
+}
+
+void CBinNode::AppendNewText(TextView text) {
+    CBinaryDocument* document = Document();
+    CBinNode* child = document->NewNode();
+    try {
+        unsigned char record[kTextBytes];
+        WriteTextRecord(record, kText, document->Words().AddWord(text, false));
+        child->SetOwnRecord(record, sizeof(record));
+        AppendNode(child);
+    } catch (...) {
+        child->Release();
+        throw;
+    }
+    child->Release();
+}

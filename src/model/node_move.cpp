@@ -1,0 +1,319 @@
+// Moving, copying and comparing nodes.
+#include <memory>
+#include <new>
+
+#include "model/document.h"
+#include "model/node.h"
+#include "model/node_state.h"
+
+CChildList& CBinNode::NeedChildList() {
+    MakeChildren();
+    CNodeState& state = NeedState();
+    if ((state.links & links::kKindMask) != links::kList) {
+        auto list = std::make_unique<CChildList>();
+        list->Reserve(ListCount());
+        for (CBinNode* child = ListCount() > 0 ? FirstMadeChild() : nullptr; child; child = NextMadeChild(child)) {
+            list->Append(child);
+        }
+        state.links = links::Tagged(list.release(), links::kList);
+    }
+    Document()->LeaveBlock();
+    return *links::Pointer<CChildList>(state.links);
+}
+
+// Makes sure that children can be taken from the list without memory.
+void CBinNode::PrepareList() {
+    if (IsElement(m_record)) NeedOwnRecord();
+    NeedChildList();
+}
+
+bool CBinNode::AppendChild(IBinNode** child) {
+    if (!Document()) return false;
+    if (!child || !*child) return true;
+    CBinNode* node = static_cast<CBinNode*>(*child);
+    if (node == this || !node->Document()) return false;
+    if (node == Document()->Root()) return true;
+    if (IsBelow(node)) return false;
+    try {
+        return AppendNode(node);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+// What can fail for want of memory comes first; then nothing can.
+bool CBinNode::AppendNode(CBinNode* child) {
+    CBinaryDocument* document = Document();
+    CBinaryDocument* formerDocument = child->Document();
+    if (formerDocument != document) child->HoldSubtree(true);
+    if (child->m_parent) child->m_parent->PrepareList();
+    PrepareList();
+    CChildList& list = NeedChildList();
+    list.ReserveOne();
+
+    child->Unhook();
+    if (formerDocument != document) child->MoveInto(document);
+    child->m_parent = this;
+    if (IsElement(m_record)) {
+        WriteU32(m_record + kChildCountOffset, ChildCountOf(m_record) + 1);
+    }
+    list.Append(child);
+    document->SetModified(true);
+    return true;
+}
+
+// Takes this node out of its parent's list, the list of detached nodes, or another document's root.
+void CBinNode::Unhook() {
+    CBinaryDocument* document = Document();
+    if (m_parent) {
+        TakeFromParent();
+        document->SetModified(true);
+    } else if (document->Root() == this) {
+        document->GiveUpRoot();
+    } else {
+        document->UnlistDetached(this);
+    }
+}
+
+void CBinNode::TakeFromParent() {
+    CBinNode* parent = m_parent;
+    links::Pointer<CChildList>(parent->State()->links)->Remove(this);
+    if (IsElement(parent->m_record) && ChildCountOf(parent->m_record) > 0) {
+        WriteU32(parent->m_record + kChildCountOffset, ChildCountOf(parent->m_record) - 1);
+    }
+    m_parent = nullptr;
+}
+
+bool CBinNode::RemoveFromParent() {
+    CBinaryDocument* document = Document();
+    if (!document || document->Root() == this) return false;
+    if (!m_parent) return true;
+    try {
+        m_parent->PrepareList();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    document->SetModified(true);
+    TakeFromParent();
+    LetGo();
+    return true;
+}
+
+// True when `other` is an ancestor of this node. The way up and the subtree of `other` are searched in step, so the cost
+// is that of the smaller: building a deep tree from the top stays linear.
+bool CBinNode::IsBelow(const CBinNode* other) const {
+    const CBinNode* below = other;
+    for (const CBinNode* above = m_parent; above; above = above->m_parent) {
+        if (above == other) return true;
+        below = below->NextMadeInPreOrder(other);
+        if (!below) return false;
+        if (below == this) return true;
+    }
+    return false;
+}
+
+void CBinNode::HoldTexts(bool isLeaving) {
+    if (!m_record) return;
+    const CBinaryDocument* document = Document();
+    CNodeState& state = NeedState();
+    unsigned char* record = NeedOwnRecord();
+    if (IsElement(record)) {
+        const std::uint32_t count = AttrCountOf(record);
+        if (count > 0) {
+            auto attrs = std::make_unique<CAttrList>();
+            for (std::uint32_t i = 0; i < count; ++i) {
+                const unsigned char* entry = AttrEntryOf(record, i);
+                attrs->Add(document->GetWord(ReadU32(entry)), document->GetWord(ReadU32(entry + kAttrValueOffset)));
+            }
+            state.attrs = std::move(attrs);
+        }
+        state.isStored = false;
+        WriteU32(record + kAttrCountOffset, 0);
+    }
+    if (isLeaving && state.name.IsEmpty()) state.name.Set(GetName());
+    if (state.holdsTexts) return;
+    if (IsElement(record)) {
+        if (state.name.IsEmpty()) state.name.Set(GetName());
+        state.ownValue.Set(document->GetWord(ReadU32(record + kOwnValueOffset)));
+    } else if (state.value.IsEmpty()) {
+        state.value.Set(GetValue());
+    }
+    state.holdsTexts = true;
+}
+
+void CBinNode::HoldSubtree(bool isLeaving) {
+    for (CBinNode* node = this; node; node = node->NextMadeInPreOrder(this)) {
+        node->MakeChildren();
+        node->HoldTexts(isLeaving);
+        if (isLeaving) node->NeedState();  // names the new document, also of a node without texts
+    }
+}
+
+// Every node of the subtree has a state: see HoldSubtree.
+void CBinNode::MoveInto(CBinaryDocument* document) {
+    for (CBinNode* node = this; node; node = node->NextMadeInPreOrder(this)) {
+        CNodeSlab* slab = node->Slab();
+        CNodeState* state = node->State();
+        CBinaryDocument* former = state->document;
+        former->RemoveState(state);
+        state->document = document;
+        document->AddState(state);
+        if (slab->document == former) slab->Keep();
+        if (slab->document == document) slab->Unkeep();
+    }
+}
+
+bool CBinNode::Clone(IBinNode** out, bool deep) {
+    CBinaryDocument* document = Document();
+    if (!document || !out) return false;
+    try {
+        CBinNode* copy = CloneTo(this, document, deep);
+        if (!copy) return false;
+        *out = copy;
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+CBinNode* CBinNode::CloneTo(CBinNode* source, CBinaryDocument* target, bool deep) {
+    CBinNode* const top = source->CopyAlone(target);
+    if (!top || !deep) return top;
+    try {
+        CBinNode* copy = top;
+        for (CBinNode* node = source; node;) {
+            node->MakeChildren();
+            // Into the first child that can be copied; otherwise along to the next sibling of the nearest ancestor.
+            CBinNode* next = node->HasMadeChildren() && IsElement(node->m_record) ? node->FirstMadeChild() : nullptr;
+            CBinNode* parentCopy = copy;
+            CBinNode* childCopy = nullptr;
+            while (!childCopy) {
+                while (!next && node != source) {
+                    next = node->m_parent->NextMadeChild(node);
+                    node = node->m_parent;
+                    parentCopy = parentCopy->m_parent;
+                }
+                if (!next) return top;
+                childCopy = next->CopyAlone(target);
+                if (!childCopy) next = next->m_parent->NextMadeChild(next);
+            }
+            parentCopy->AppendNode(childCopy);
+            childCopy->Release();
+            node = next;
+            copy = childCopy;
+        }
+        return top;
+    } catch (...) {
+        top->Release();
+        throw;
+    }
+}
+
+// Null when there is no name to make an element of. The copy's own pending attributes and value are not copied.
+CBinNode* CBinNode::CopyAlone(CBinaryDocument* target) {
+    const WCHAR* name = GetName();
+    if (!name || !*name) return nullptr;
+    CBinNode* copy = target->NewNode();
+    try {
+        copy->BecomeElement(name);
+        if (IsElement(m_record)) {
+            CopyElementTexts(*copy);
+        } else if (m_record) {
+            const TextView text(GetValue());
+            unsigned char record[kTextBytes];
+            WriteTextRecord(record, *m_record, target->Words().AddWord(text, false));
+            copy->SetOwnRecord(record, sizeof(record));
+            copy->State()->value.Set(GetValue());
+        }
+        return copy;
+    } catch (...) {
+        copy->Release();
+        throw;
+    }
+}
+
+void CBinNode::CopyElementTexts(CBinNode& copy) {
+    const CBinaryDocument* document = Document();
+    CNodeState& state = *copy.State();
+    for (std::uint32_t i = 0; i < AttrCountOf(m_record); ++i) {
+        if (!state.attrs) state.attrs = std::make_unique<CAttrList>();
+        const unsigned char* entry = AttrEntryOf(m_record, i);
+        state.attrs->Add(document->GetWord(ReadU32(entry)), document->GetWord(ReadU32(entry + kAttrValueOffset)));
+    }
+    const std::uint32_t ownWord = ReadU32(m_record + kOwnValueOffset);
+    if (static_cast<std::int32_t>(ownWord) < 0) return;
+    const bool isHeld = State() && State()->holdsTexts;
+    state.value.Set(isHeld ? State()->ownValue.Get() : document->GetWord(ownWord));
+    WriteU32(copy.m_record + kOwnValueOffset, copy.Document()->Words().AddWord(state.value.View(), false));
+}
+
+bool CBinNode::IsEqual(IBinNode** other, bool deep) {
+    if (!Document() || !other || !*other) return false;
+    CBinNode* node = static_cast<CBinNode*>(*other);
+    if (!node->Document()) return false;
+    try {
+        return Compare(this, node, deep);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool CBinNode::Compare(CBinNode* a, CBinNode* b, bool deep) {
+    const CBinNode* const topA = a;
+    while (true) {
+        if (!a->EqualsAlone(*b)) return false;
+        if (!deep) return true;
+        // Both trees have the same shape up to here, so one way through the first serves for both.
+        if (IsElement(a->m_record) && a->ListCount() > 0) {
+            a->MakeChildren();
+            b->MakeChildren();
+            a = a->FirstMadeChild();
+            b = b->FirstMadeChild();
+            continue;
+        }
+        while (true) {
+            if (a == topA) return true;
+            CBinNode* nextA = a->m_parent->NextMadeChild(a);
+            if (nextA) {
+                b = b->m_parent->NextMadeChild(b);
+                a = nextA;
+                break;
+            }
+            a = a->m_parent;
+            b = b->m_parent;
+        }
+    }
+}
+
+namespace {
+
+// Null equals null only.
+bool EqualTexts(const WCHAR* a, const WCHAR* b) {
+    return a && b ? CompareTexts(a, b) == 0 : a == b;
+}
+
+}  // namespace
+
+bool CBinNode::EqualsAlone(CBinNode& other) {
+    if (GetChildCount() != other.GetChildCount() || GetAttrCount() != other.GetAttrCount()) return false;
+    if (!EqualTexts(GetName(), other.GetName())) return false;
+    const std::uint32_t attrCount = static_cast<std::uint32_t>(GetAttrCount());
+    for (std::uint32_t i = 0; i < attrCount; ++i) {
+        const AttrTexts mine = AttrAt(i);
+        const AttrTexts others = other.AttrAt(i);
+        if (!EqualTexts(mine.name, others.name) || !EqualTexts(mine.value, others.value)) return false;
+    }
+    return true;
+}
+
+// As an attribute pair answers, without making one.
+CBinNode::AttrTexts CBinNode::AttrAt(std::uint32_t index) const {
+    const std::uint32_t recordCount = AttrCountOf(m_record);
+    if (index < recordCount) {
+        const unsigned char* entry = AttrEntryOf(m_record, index);
+        const CWordDict& words = Document()->Words();
+        return {words.GetWordOrNull(ReadI32(entry)), words.GetWordOrNull(ReadI32(entry + kAttrValueOffset))};
+    }
+    const CPendingAttr* attr = State()->attrs->At(index - recordCount);
+    return {attr->name.Get(), attr->value.Get()};
+}

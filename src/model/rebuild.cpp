@@ -1,0 +1,249 @@
+#include "model/rebuild.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "model/attr_table.h"
+#include "model/document.h"
+#include "model/node_state.h"
+#include "model/record_tree.h"
+
+namespace {
+
+enum Folding : unsigned char { kUnknownFolding = 0, kFolded, kNotFolded };
+
+bool IsFolded(const WCHAR* text) {
+    while (*text && !IsUpperAscii(*text)) ++text;
+    return *text == 0;
+}
+
+}  // namespace
+
+CRebuild::CRebuild(CBinaryDocument& document) : m_document(document), m_oldWords(document.Words()) {
+    const std::size_t wordCount = m_oldWords.GetWordCount();
+    m_wordMap.Reserve(wordCount);
+    std::memset(m_wordMap.Extend(wordCount), 0xFF, wordCount * sizeof(std::uint32_t));
+    m_isFolded.Reserve(wordCount);
+    std::memset(m_isFolded.Extend(wordCount), kUnknownFolding, wordCount);
+    m_records.Reserve(m_document.Tree().end - m_document.Tree().begin);
+}
+
+void CRebuild::Run() {
+    MakeNodesWithoutRecord();
+    CBinNode* const root = m_document.Root();
+    const CBinNode* notWritten = nullptr;  // the node whose subtree we are in because it is not written
+    for (CBinNode* node = root; node;) {
+        if (notWritten) node->MakeChildren();
+        EmitNode(*node, !notWritten && node->Record());
+        if (!notWritten && !IsElement(node->Record())) notWritten = node;
+        CBinNode* next = node->NextMadeInPreOrder(notWritten ? notWritten : root);
+        if (!next && notWritten) {
+            next = notWritten->NextMadeBehind(root);
+            notWritten = nullptr;
+        }
+        node = next;
+    }
+    Commit();
+}
+
+// Nodes that stand for records of unknown type have no place in a new block: from here on they exist by themselves.
+void CRebuild::MakeNodesWithoutRecord() {
+    const CRecordTree& tree = m_document.Tree();
+    if (tree.unknownCount == 0) return;
+    for (CBinNode* node = m_document.Root(); node; node = node->NextMadeInPreOrder(m_document.Root())) {
+        if (node->HasUnmadeChildren() && tree.spans[node->UnmadeSpan()].end == tree.end) node->MakeChildren();
+    }
+}
+
+void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
+    const unsigned char* record = node.Record();
+    const CNodeState* state = node.State();
+    if (!record) return;
+    if (IsElement(record) && state && !state->value.IsEmpty()) {
+        node.StoreValue();  // may make a text child
+        record = node.Record();
+    }
+    const std::size_t offset = m_records.Size();
+    const std::uint32_t span = m_spanCount;
+    std::uint32_t writtenCount = 0;
+    if (IsElement(record)) {
+        EmitElement(record, state);
+        writtenCount = node.HasUnmadeChildren() ? node.ListCount() : node.WrittenChildCount();
+        if (writtenCount > 0) ++m_spanCount;
+        if (writtenCount != node.ListCount()) {
+            WriteU32(m_records.Data() + offset + kChildCountOffset, writtenCount);
+            if (isWritten) KeepApart(node, offset, node.ListCount());
+        }
+    } else {
+        const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
+        const std::uint32_t word = isHeld ? m_newWords.AddWord(state->value.View(), false)
+                                          : MapWord(ReadU32(record + kWordOffset));
+        WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
+    }
+    if (!isWritten) {
+        KeepApart(node, offset, node.ListCount());
+        m_records.Truncate(offset);
+        m_spanCount = span;
+        return;
+    }
+    m_placed.Append({&node, static_cast<std::uint32_t>(offset), span});
+    if (node.HasUnmadeChildren()) {
+        const CRecordTree& tree = m_document.Tree();
+        EmitSlice(record + GetRecordSize(record), tree.bytes.get() + tree.spans[node.UnmadeSpan()].end);
+    }
+    if (m_records.Size() > 0xFFFFFFF0) throw std::bad_alloc();
+}
+
+// Records of which no nodes were ever made.
+void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) {
+    while (record != end) {
+        const std::size_t size = static_cast<std::size_t>(GetRecordSize(record));
+        if (IsElement(record)) {
+            EmitElement(record, nullptr);
+            if (ChildCountOf(record) > 0) ++m_spanCount;
+        } else {
+            const std::uint32_t word = MapWord(ReadU32(record + kWordOffset));
+            WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
+        }
+        record += size;
+    }
+}
+
+// The record of an element with its child count as it stands. The order of the words is that of a write-back: with
+// attributes, the word at the former name index and the own value come before them and an edited name after them.
+void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state) {
+    const std::size_t offset = m_records.Size();
+    m_records.Extend(kElementBytes);
+    const bool isHeld = state && state->holdsTexts;
+    const bool isRenamed = isHeld || (state && !state->name.IsEmpty());
+    const std::uint32_t nameWord = ReadU32(record + kWordOffset);
+    const std::uint32_t ownWord = ReadU32(record + kOwnValueOffset);
+    const auto addOwnValue = [&]() -> std::uint32_t {
+        const TextView text(isHeld ? state->ownValue.Get() : m_document.GetWord(ownWord));
+        if (text.empty()) return kNoWord;
+        return isHeld ? m_newWords.AddWord(text, false) : MapWord(ownWord);
+    };
+    const auto addName = [&]() -> std::uint32_t {
+        const TextView text(isRenamed ? state->name.Get() : m_document.GetWord(nameWord));
+        if (text.empty()) return kNoWord;
+        return isRenamed ? m_newWords.AddWord(text, false) : MapWord(nameWord);
+    };
+
+    const bool hasAttrs = state && state->attrs ? true : AttrCountOf(record) > 0;
+    std::uint32_t name = kNoWord;
+    std::uint32_t ownValue = kNoWord;
+    std::uint32_t attrCount = 0;
+    if (hasAttrs) {
+        const std::uint32_t formerName = MapWord(nameWord);
+        ownValue = addOwnValue();
+        attrCount = EmitAttrs(record, state);
+        name = addName();
+        if (name == kNoWord && !isRenamed) name = formerName;
+    } else {
+        name = addName();
+        ownValue = addOwnValue();
+    }
+    unsigned char* emitted = m_records.Data() + offset;
+    WriteElementRecord(emitted, name, ownValue);
+    WriteU32(emitted + kAttrCountOffset, attrCount);
+    std::memcpy(emitted + kChildCountOffset, record + kChildCountOffset, sizeof(std::uint32_t));
+}
+
+// Appends the attribute entries and gives their number.
+std::uint32_t CRebuild::EmitAttrs(const unsigned char* record, const CNodeState* state) {
+    if (state && state->attrs) return EmitAttrList(*state->attrs);
+    if (!IsTableCanonical(record)) return EmitAttrList(*LoadAttrList(record, m_oldWords));
+    const std::uint32_t count = AttrCountOf(record);
+    unsigned char* target = m_records.Extend(kAttrEntryBytes * std::size_t{count});
+    for (std::uint32_t i = 0; i < count; ++i, target += kAttrEntryBytes) {
+        const unsigned char* entry = AttrEntryOf(record, i);
+        WriteU32(target, MapWord(ReadU32(entry)));
+        WriteU32(target + kAttrValueOffset, MapWord(ReadU32(entry + kAttrValueOffset)));
+    }
+    return count;
+}
+
+std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
+    StoreAttrList(attrs, m_records.Extend(kAttrEntryBytes * std::size_t{attrs.Count()}), m_newWords);
+    return attrs.Count();
+}
+
+// Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would change
+// nothing but the indexes. (Every table that this library has saved is so.)
+bool CRebuild::IsTableCanonical(const unsigned char* record) {
+    const WCHAR* previous = nullptr;
+    for (std::uint32_t i = 0; i < AttrCountOf(record); ++i) {
+        const std::uint32_t word = ReadU32(AttrEntryOf(record, i));
+        const WCHAR* name = m_oldWords.GetWord(word);
+        if (word < m_isFolded.Size()) {
+            if (m_isFolded[word] == kUnknownFolding) m_isFolded[word] = IsFolded(name) ? kFolded : kNotFolded;
+            if (m_isFolded[word] == kNotFolded) return false;
+        } else if (!IsFolded(name)) {
+            return false;
+        }
+        if (previous && CompareTexts(previous, name) >= 0) return false;
+        previous = name;
+    }
+    return true;
+}
+
+std::uint32_t CRebuild::MapWord(std::uint32_t word) {
+    if (word >= m_oldWords.GetWordCount()) return m_newWords.AddWord(TextView(), false);
+    while (word >= m_wordMap.Size()) m_wordMap.Append(kNoWord);  // a value stored during the rebuild
+    if (m_wordMap[word] == kNoWord) m_wordMap[word] = m_newWords.AddWord(m_oldWords.GetWordView(word), false);
+    return m_wordMap[word];
+}
+
+void CRebuild::KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount) {
+    node.NeedState();
+    const std::size_t size = m_records.Size() - offset;
+    auto record = std::make_unique_for_overwrite<unsigned char[]>(size);
+    std::memcpy(record.get(), m_records.Data() + offset, size);
+    if (IsElement(record.get()) && childCount > 0) WriteU32(record.get() + kChildCountOffset, childCount);
+    m_apart.push_back({&node, std::move(record)});
+}
+
+void CRebuild::Commit() {
+    CRecordTree tree;
+    m_records.MakeRoom(1);  // an empty tree, too, has a block
+    if (!m_records.IsEmpty() && !ScanRecords(m_records.Data(), 0, m_records.Size(), tree)) throw std::bad_alloc();
+    unsigned char* bytes = m_records.Release();
+    tree.bytes = SharedBytes(bytes, std::free);
+
+    // From here on nothing fails.
+    for (const Placed& placed : m_placed) {
+        ClearEdits(*placed.node);
+        placed.node->m_record = bytes + placed.offset;
+        if (placed.node->HasUnmadeChildren()) placed.node->Links() = links::Unmade(placed.span);
+    }
+    for (Apart& apart : m_apart) {
+        ClearEdits(*apart.node);
+        apart.node->m_record = apart.record.get();
+        apart.node->State()->largeRecord = std::move(apart.record);
+    }
+    for (const Placed& placed : m_placed) DropIdleState(*placed.node);
+    m_document.Replace(std::move(m_newWords), std::move(tree));
+}
+
+void CRebuild::ClearEdits(CBinNode& node) {
+    CNodeState* state = node.State();
+    if (!state) return;
+    state->name.Clear();
+    state->value.Clear();
+    state->ownValue.Clear();
+    state->attrs.reset();
+    state->holdsTexts = false;
+    state->isStored = false;
+}
+
+// Edits are over: back to 48 bytes, unless the node lives in another document's pool or has a list of its own.
+void CRebuild::DropIdleState(CBinNode& node) {
+    CNodeState* state = node.State();
+    if (!state || node.m_record == state->largeRecord.get()) return;
+    state->largeRecord.reset();
+    if (node.Slab()->document != state->document || (state->links & links::kKindMask) == links::kList) return;
+    const std::uintptr_t word = state->links;
+    delete state;
+    node.m_links = word;
+}

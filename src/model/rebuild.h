@@ -1,0 +1,59 @@
+// The rebuild of a document before it is saved: new records of the whole tree in one block, over a new dictionary that
+// holds exactly the texts the tree uses, in the order in which a pre-order walk first meets them.
+//
+// Everything is made beside the present tree and put in place at the end, so running out of memory changes nothing. Nodes
+// that exist go on existing; what was never made is carried over record by record, each distinct word being hashed once.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "model/grow_array.h"
+#include "model/node.h"
+#include "model/word_dict.h"
+
+class CBinaryDocument;
+
+class CRebuild {
+public:
+    explicit CRebuild(CBinaryDocument& document);
+
+    /// Rebuilds the document, which must have a root. Throws std::bad_alloc.
+    void Run();
+
+private:
+    // A made node whose record is in the new block.
+    struct Placed {
+        CBinNode* node;
+        std::uint32_t offset;
+        std::uint32_t span;  // its element's span in the new tree, where its children are not made
+    };
+    // A made node whose new record is its own: one that is not written because a node above it is no element, or an
+    // element of which not all children are written.
+    struct Apart {
+        CBinNode* node;
+        std::unique_ptr<unsigned char[]> record;
+    };
+    void MakeNodesWithoutRecord();
+    void EmitNode(CBinNode& node, bool isWritten);
+    void EmitSlice(const unsigned char* record, const unsigned char* end);
+    void EmitElement(const unsigned char* record, const CNodeState* state);
+    std::uint32_t EmitAttrs(const unsigned char* record, const CNodeState* state);
+    std::uint32_t EmitAttrList(const CAttrList& attrs);
+    bool IsTableCanonical(const unsigned char* record);
+    void KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount);
+    std::uint32_t MapWord(std::uint32_t word);
+    void Commit();
+    static void ClearEdits(CBinNode& node);
+    static void DropIdleState(CBinNode& node);
+
+    CBinaryDocument& m_document;
+    CWordDict& m_oldWords;
+    CWordDict m_newWords;
+    CGrowArray<std::uint32_t> m_wordMap;     // old index to new, kNoWord where not met yet
+    CGrowArray<unsigned char> m_isFolded;    // of each old word, once known: whether it is in lower case
+    CGrowArray<unsigned char> m_records;
+    std::uint32_t m_spanCount = 0;
+    CGrowArray<Placed> m_placed;
+    std::vector<Apart> m_apart;
+};

@@ -1,0 +1,84 @@
+#include "model/record_tree.h"
+
+#include "model/layout.h"
+
+namespace {
+
+// Offsets are 32 bits wide.
+constexpr std::uint64_t kMostBytes = 0xFFFFFFF0;
+
+// An element whose children are being read.
+struct OpenElement {
+    std::uint32_t offset;     // of its record
+    std::uint32_t remaining;  // children not begun yet
+    std::uint32_t span;
+};
+
+// What is left open when a record of unknown type ends the reading: it takes no bytes, so every child still promised
+// would be read from it again, and none of them has a record.
+void NoteShortElements(const unsigned char* bytes, const CGrowArray<OpenElement>& open, CRecordTree& tree) {
+    std::uint64_t unknownCount = 1;
+    for (std::size_t i = 0; i < open.Size(); ++i) {
+        const std::uint32_t claimed = ChildCountOf(bytes + open[i].offset);
+        const bool isInnermost = i + 1 == open.Size();
+        const std::uint32_t written = claimed - open[i].remaining - (isInnermost ? 1 : 0);
+        if (written != claimed) tree.shortElements.Append({open[i].offset, written});
+        unknownCount += open[i].remaining;
+    }
+    tree.unknownCount = unknownCount;
+}
+
+}  // namespace
+
+bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t byteCount, CRecordTree& tree) {
+    tree.spans.Clear();
+    tree.shortElements.Clear();
+    tree.unknownCount = 0;
+    if (byteCount > kMostBytes) byteCount = kMostBytes;
+
+    CGrowArray<OpenElement> open;
+    std::uint64_t cursor = begin;
+    std::uint64_t pending = 0;  // children promised and not begun yet, over all open elements
+    bool hasMore = true;
+    const auto closeComplete = [&] {
+        while (!open.IsEmpty() && open.Back().remaining == 0) {
+            tree.spans[open.Back().span] = {static_cast<std::uint32_t>(cursor),
+                                            static_cast<std::uint32_t>(tree.spans.Size())};
+            open.Truncate(open.Size() - 1);
+        }
+    };
+    while (hasMore) {
+        if (cursor >= byteCount) return false;
+        const std::uint64_t rest = byteCount - cursor;
+        const unsigned char* record = bytes + cursor;
+        if (IsText(record)) {
+            if (rest < kTextBytes) return false;
+            cursor += kTextBytes;
+        } else if (IsElement(record)) {
+            if (rest < kElementBytes || rest < GetRecordSize(record)) return false;
+            const std::uint32_t childCount = ChildCountOf(record);
+            const std::uint32_t offset = static_cast<std::uint32_t>(cursor);
+            cursor += GetRecordSize(record);
+            if (childCount > 0) {
+                pending += childCount;
+                if (pending > byteCount - cursor) return false;
+                open.Append({offset, childCount, static_cast<std::uint32_t>(tree.spans.Size())});
+                tree.spans.Append({0, 0});
+            }
+        } else {
+            if (!open.IsEmpty()) NoteShortElements(bytes, open, tree);
+            for (OpenElement& element : open) element.remaining = 0;
+            closeComplete();
+            break;
+        }
+        closeComplete();
+        hasMore = !open.IsEmpty();
+        if (hasMore) {
+            --open.Back().remaining;
+            --pending;
+        }
+    }
+    tree.begin = static_cast<std::uint32_t>(begin);
+    tree.end = static_cast<std::uint32_t>(cursor);
+    return true;
+}

@@ -1,0 +1,40 @@
+// Hash of a text for the word index: eight bytes a step, folded multiplication (the high and the low half of a product
+// both count), so that texts which collide for one seed do not for another.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "platform/text.h"
+
+inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
+#ifdef __SIZEOF_INT128__
+    __extension__ using Product = unsigned __int128;
+    const Product product = static_cast<Product>(a) * b;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#else
+    const std::uint64_t aLow = a & 0xFFFFFFFF, aHigh = a >> 32, bLow = b & 0xFFFFFFFF, bHigh = b >> 32;
+    const std::uint64_t low = aLow * bLow, high = aHigh * bHigh;
+    const std::uint64_t middle = aHigh * bLow + (low >> 32);
+    const std::uint64_t middle2 = aLow * bHigh + (middle & 0xFFFFFFFF);
+    return ((middle2 << 32) | (low & 0xFFFFFFFF)) ^ (high + (middle >> 32) + (middle2 >> 32));
+#endif
+}
+
+inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
+    constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;   // odd constants with evenly spread bits
+    constexpr std::uint64_t kSecond = 0xC2B2AE3D27D4EB4F;
+    constexpr std::size_t kStep = 4;                       // code units in eight bytes
+    const WCHAR* units = text.data();
+    std::size_t count = text.size();
+    std::uint64_t state = seed ^ (count * kFirst);
+    std::uint64_t chunk = 0;
+    for (; count >= kStep; units += kStep, count -= kStep) {
+        std::memcpy(&chunk, units, sizeof(chunk));
+        state = FoldedProduct(chunk ^ seed ^ kFirst, state ^ kSecond);
+    }
+    chunk = 0;
+    for (std::size_t i = 0; i < count; ++i) chunk = (chunk << 16) | static_cast<std::uint16_t>(units[i]);
+    state = FoldedProduct(chunk ^ seed ^ kFirst, state ^ kSecond);
+    return static_cast<std::uint32_t>(state ^ (state >> 32));
+}

@@ -1,0 +1,58 @@
+#include "model/tree_writer.h"
+
+#include "model/document.h"
+#include "model/layout.h"
+#include "platform/file.h"
+
+namespace {
+
+// Records that lie in the document's block, as they stand but for the counts of short elements.
+void WriteSlice(COutputFile& file, const CRecordTree& tree, std::uint32_t begin, std::uint32_t end) {
+    const unsigned char* bytes = tree.bytes.get();
+    for (const ShortElement& element : tree.shortElements) {
+        if (element.offset < begin || element.offset >= end) continue;
+        const std::uint32_t countOffset = element.offset + static_cast<std::uint32_t>(kChildCountOffset);
+        file.Write(bytes + begin, countOffset - begin);
+        file.Write(&element.writtenCount, sizeof(element.writtenCount));
+        begin = countOffset + static_cast<std::uint32_t>(sizeof(element.writtenCount));
+    }
+    file.Write(bytes + begin, end - begin);
+}
+
+void WriteElement(COutputFile& file, const CBinNode& node) {
+    const unsigned char* record = node.Record();
+    const std::size_t size = static_cast<std::size_t>(GetRecordSize(record));
+    const std::uint32_t writtenCount = node.WrittenChildCount();
+    if (writtenCount == node.ListCount()) {
+        file.Write(record, size);
+        return;
+    }
+    file.Write(record, kChildCountOffset);
+    file.Write(&writtenCount, sizeof(writtenCount));
+    file.Write(record + kElementBytes, size - kElementBytes);
+}
+
+}  // namespace
+
+void WriteTree(COutputFile& file, const CBinaryDocument& document) {
+    const CRecordTree& tree = document.Tree();
+    CBinNode* const root = document.Root();
+    if (root && document.IsBlockCurrent()) {
+        WriteSlice(file, tree, tree.begin, tree.end);
+        return;
+    }
+    for (CBinNode* node = root; node;) {
+        const unsigned char* record = node->Record();
+        if (node->HasUnmadeChildren()) {
+            const std::uint32_t offset = static_cast<std::uint32_t>(record - tree.bytes.get());
+            WriteSlice(file, tree, offset, tree.spans[node->UnmadeSpan()].end);
+        } else if (IsElement(record)) {
+            WriteElement(file, *node);
+            node = node->NextMadeInPreOrder(root);
+            continue;
+        } else if (record) {
+            file.Write(record, kTextBytes);
+        }
+        node = node->NextMadeBehind(root);
+    }
+}

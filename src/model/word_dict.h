@@ -1,0 +1,105 @@
+// The word dictionary: every text of a document once, in order; a word's position is its word index.
+//
+// Words lie in two runs. The first words of a loaded document stay where they are in the loaded block; all others follow
+// in an arena of this dictionary. Both have the layout of the file with a zero unit written over the first half of the
+// next word's length field, so a word is a zero-terminated text in place. A word's text stays valid until the next
+// AddWord, AppendWord, Clear or assignment. Memory exhaustion throws std::bad_alloc.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "model/grow_array.h"
+#include "platform/text.h"
+
+/// The setting "Lower": when it is not 0, AddWord folds names that ask for it. Written at start-up only.
+extern std::int32_t g_lower;
+
+/// No word: reads as the empty text, or as null for attribute pairs.
+inline constexpr std::uint32_t kNoWord = 0xFFFFFFFF;
+
+/// The bytes of a loaded document, shared by its dictionary and its tree.
+using SharedBytes = std::shared_ptr<unsigned char[]>;
+
+class CWordDict {
+public:
+    CWordDict() = default;
+    CWordDict(const CWordDict&) = default;
+    CWordDict& operator=(const CWordDict&) = default;
+    CWordDict(CWordDict&&) noexcept = default;
+    CWordDict& operator=(CWordDict&&) noexcept = default;
+    virtual ~CWordDict() = default;
+
+    /// Index of an equal word that AddWord has met before; otherwise the text is added. With `fold`, and "Lower" on, a
+    /// text not met before is added in lower case, or becomes another spelling of the lower-case word that is there.
+    std::uint32_t AddWord(const WCHAR* text, bool fold) { return AddWord(TextView(text), fold); }
+    std::uint32_t AddWord(TextView text, bool fold);
+
+    /// Appends a word that AddWord will not find: loading does not pay for an index. The text ends at its first zero.
+    std::uint32_t AppendWord(TextView text);
+
+    void Clear() { *this = CWordDict(); }
+
+    std::uint32_t GetWordCount() const { return static_cast<std::uint32_t>(m_offsets.Size()); }
+
+    /// The word as nodes read it: the empty text past the end.
+    const WCHAR* GetWord(std::uint32_t index) const {
+        return index < m_offsets.Size() ? TextAt(index) : &kEmptyText;
+    }
+
+    /// The word as attribute pairs read it: null for a negative index or one past the end.
+    const WCHAR* GetWordOrNull(std::int32_t index) const {
+        return index >= 0 && static_cast<std::uint32_t>(index) < m_offsets.Size()
+                   ? TextAt(static_cast<std::uint32_t>(index))
+                   : nullptr;
+    }
+
+    /// The word with its length; `index` must be below the count.
+    TextView GetWordView(std::uint32_t index) const;
+
+    /// Replaces all words by those of a document's dictionary block, which lies at the start of `block`: `byteCount`
+    /// bytes of a document, then kBlockSpareBytes more to write in. The words are terminated where they lie. Gives the
+    /// offset behind the dictionary; 0 where it breaks a limit of the format or is cut short, and then the words
+    /// before that place are in. The words' lengths may add up to `byteLimit` at most, unless it is 0.
+    std::size_t TakeBlock(const SharedBytes& block, std::size_t byteCount, std::uint64_t byteLimit);
+
+    static constexpr std::size_t kBlockSpareBytes = 2;
+
+private:
+    // A slot of the index. An open-addressing table of these, half empty at least, finds a text's word.
+    struct Slot {
+        std::uint32_t hash;
+        std::uint32_t value;  // word index; with kAliasMark, number of an alias; kNoWord when the slot is free
+    };
+    // Another spelling of a word.
+    struct Alias {
+        Text text;
+        std::uint32_t word;
+    };
+
+    static constexpr WCHAR kEmptyText = 0;
+    static constexpr std::uint32_t kAliasMark = 0x80000000;
+
+    const WCHAR* TextAt(std::uint32_t index) const {
+        return (index < m_blockWordCount ? m_blockUnits : m_arena.Data()) + m_offsets[index];
+    }
+    TextView SlotText(std::uint32_t value) const;
+    std::uint32_t* Find(TextView text, std::uint32_t hash);
+    std::uint32_t Resolve(std::uint32_t value) const;
+    void Enter(std::uint32_t hash, std::uint32_t value);
+    void Rehash(std::size_t slotCount);
+    void AppendOddWord(const unsigned char* bytes, std::size_t length);
+
+    SharedBytes m_block;                  // keeps m_blockUnits alive
+    const WCHAR* m_blockUnits = nullptr;  // the block, seen as code units
+    std::uint32_t m_blockWordCount = 0;   // words below this index lie in the block
+    CGrowArray<std::uint32_t> m_offsets;  // of each word, in code units, from the block or from the arena
+    CGrowArray<WCHAR> m_arena;            // two units for a length, the text; ends with one zero unit
+    CGrowArray<Slot> m_slots;             // a power of two of them, or none
+    std::size_t m_entryCount = 0;
+    std::uint64_t m_seed = 0;
+    int m_reseedCount = 0;
+    std::vector<Alias> m_aliases;
+    Text m_scratch;                       // the folded text of the look-up in progress
+};
