@@ -1,0 +1,19 @@
+# The warnings that all code of this repository is compiled with; link parvel_warnings to get them.
+add_library(parvel_warnings INTERFACE)
+target_compile_options(parvel_warnings INTERFACE
+    -Wall
+    -Wextra
+    -Wpedantic
+    -Wconversion
+    -Wshadow
+    -Wold-style-cast
+    -Wnon-virtual-dtor
+    -Woverloaded-virtual
+    -Wsuggest-override
+    -Wcast-align
+    -Wformat=2
+    -Wundef
+    -Wextra-semi
+    -Wimplicit-fallthrough
+    -Wunused
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op>)
