@@ -1,0 +1,44 @@
+# A thin face on CMake; the build itself is in CMakeLists.txt and CMakePresets.json.
+.DEFAULT_GOAL := lib
+.PHONY: lib cli demo test test-sanitize install clean
+
+PREFIX ?= /usr/local
+JOBS := $(shell nproc)
+DEMO_XML := /usr/share/mime/packages/freedesktop.org.xml
+
+# Configures once; later builds configure again by themselves when they must.
+build/%/build.ninja: CMakePresets.json
+	cmake --preset $(if $(filter native,$*),release,$*)
+
+lib: build/native/build.ninja  ## build/native/libparvel.so
+	cmake --build --preset release --target parvel
+
+cli: build/native/build.ninja  ## build/native/parvel
+	cmake --build --preset release --target parvel_cli
+
+demo:  ## from a bare checkout: install what is missing, build, convert a real XML file, show the tree
+	@scripts/setup.sh build demo
+	@$(MAKE) --no-print-directory cli
+	@scripts/demo.sh build/native/parvel $(DEMO_XML) build/native/demo.bdoc
+
+test:  ## from a bare checkout: install what is missing, build, run all tests
+	@scripts/setup.sh build test
+	@scripts/fetch-xml-suite.sh || { [ -z "$$PARVEL_REQUIRE_XML_SUITE" ] && \
+		echo "NOTE: the XML conformance suite cannot be had here; its tests are skipped."; }
+	@$(MAKE) --no-print-directory build/native/build.ninja
+	cmake --build --preset release
+	ctest --preset release -j $(JOBS)
+
+test-sanitize:  ## the same tests with address and undefined-behaviour sanitizers
+	@scripts/setup.sh build test
+	@scripts/fetch-xml-suite.sh || echo "NOTE: the XML conformance suite cannot be had here; its tests are skipped."
+	@$(MAKE) --no-print-directory build/sanitize/build.ninja
+	cmake --build --preset sanitize
+	ctest --preset sanitize -j $(JOBS)
+
+install: build/native/build.ninja  ## header, library, tool, CMake package, pkg-config file, man page
+	cmake --build --preset release --target parvel parvel_cli
+	cmake --install build/native --prefix $(PREFIX)
+
+clean:
+	rm -rf build

@@ -1,0 +1,47 @@
+#!/bin/sh
+# Installs the Debian packages that a make target needs and that are missing; does nothing, quickly, when all are there.
+#
+#   scripts/setup.sh [build] [demo] [test] [bench]      default: build
+set -eu
+
+packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev"
+for purpose in "$@"; do
+    case $purpose in
+        build) ;;
+        demo) packages="$packages shared-mime-info" ;;
+        test)
+            packages="$packages libgtest-dev binutils"
+            # Brings the XML conformance suite; any npm will do.
+            command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
+            ;;
+        bench) packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev pkg-config shared-mime-info" ;;
+        *)
+            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench)" >&2
+            exit 4
+            ;;
+    esac
+done
+
+missing=
+for package in $packages; do
+    state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=
+    [ "$state" = installed ] || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+echo "Installing:$missing"
+as_root=
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null 2>&1; then
+        echo "setup.sh: run this once as root: apt-get install$missing" >&2
+        exit 3
+    fi
+    as_root=sudo
+fi
+
+# The package lists may be old or not there at all, which shows in the attempt.
+install() {
+    # shellcheck disable=SC2086  # a list of names
+    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing
+}
+install || { $as_root apt-get update -q && install; }
