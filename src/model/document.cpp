@@ -267,6 +267,7 @@ void CBinaryDocument::DestroyNode(CBinNode* node) {
 }
 
 void CBinaryDocument::AddState(CNodeState* state) {
+    state->previous = nullptr;
     state->next = m_states;
     if (m_states) m_states->previous = state;
     m_states = state;

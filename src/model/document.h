@@ -80,6 +80,7 @@ private:
     bool ReadFile(const WCHAR* path, CWordDict& formerWords);
     void AdoptTree(CRecordTree&& tree, CWordDict&& words);
     void HoldKeptNodes();
+    bool HasKeptNodes() const;
     void HoldDetachedNodes();
 
     static constexpr std::size_t kPathUnits = 260;

@@ -140,7 +140,7 @@ void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
 // What somebody holds of the tree that is about to go keeps showing what it showed.
 void CBinaryDocument::HoldKeptNodes() {
     HoldDetachedNodes();
-    if (!m_root || !m_pool.HasKeptNodes()) return;
+    if (!m_root || !HasKeptNodes()) return;
     for (CBinNode* node = m_root; node;) {
         if (node->m_refs > 0) {
             node->HoldSubtree();
@@ -149,4 +149,13 @@ void CBinaryDocument::HoldKeptNodes() {
             node = node->NextMadeInPreOrder(m_root);
         }
     }
+}
+
+bool CBinaryDocument::HasKeptNodes() const {
+    if (m_pool.HasKeptNodes()) return true;
+    // Nodes taken over from other documents lie in their pools, but have a state here.
+    for (const CNodeState* state = m_states; state; state = state->next) {
+        if (state->node->m_refs > 0) return true;
+    }
+    return false;
 }

@@ -74,6 +74,11 @@ public:
         return first;
     }
 
+    /// Adds `count` elements of which every byte is `byte`.
+    void ExtendFilled(std::size_t count, unsigned char byte) {
+        if (count > 0) std::memset(static_cast<void*>(Extend(count)), byte, count * sizeof(T));
+    }
+
     void Append(T value) { *Extend(1) = value; }
 
     /// `values` must not lie in this array.

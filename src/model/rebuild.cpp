@@ -23,9 +23,9 @@ bool IsFolded(const WCHAR* text) {
 CRebuild::CRebuild(CBinaryDocument& document) : m_document(document), m_oldWords(document.Words()) {
     const std::size_t wordCount = m_oldWords.GetWordCount();
     m_wordMap.Reserve(wordCount);
-    std::memset(m_wordMap.Extend(wordCount), 0xFF, wordCount * sizeof(std::uint32_t));
+    m_wordMap.ExtendFilled(wordCount, 0xFF);
     m_isFolded.Reserve(wordCount);
-    std::memset(m_isFolded.Extend(wordCount), kUnknownFolding, wordCount);
+    m_isFolded.ExtendFilled(wordCount, kUnknownFolding);
     m_records.Reserve(m_document.Tree().end - m_document.Tree().begin);
 }
 
@@ -76,10 +76,11 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
             if (isWritten) KeepApart(node, offset, node.ListCount());
         }
     } else {
-        const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
-        const std::uint32_t word = isHeld ? m_newWords.AddWord(state->value.View(), false)
-                                          : MapWord(ReadU32(record + kWordOffset));
-        WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
+        // The text may be held, or be a word that StoreValue has just added.
+        const std::uint32_t word = ReadU32(record + kWordOffset);
+        const bool isLoadedWord = word < m_wordMap.Size() && !state;
+        WriteTextRecord(m_records.Extend(kTextBytes), *record,
+                        isLoadedWord ? MapWord(word) : m_newWords.AddWord(node.GetValue(), false));
     }
     if (!isWritten) {
         KeepApart(node, offset, node.ListCount());
@@ -188,9 +189,9 @@ bool CRebuild::IsTableCanonical(const unsigned char* record) {
     return true;
 }
 
+// An index past the end reads as the empty text.
 std::uint32_t CRebuild::MapWord(std::uint32_t word) {
-    if (word >= m_oldWords.GetWordCount()) return m_newWords.AddWord(TextView(), false);
-    while (word >= m_wordMap.Size()) m_wordMap.Append(kNoWord);  // a value stored during the rebuild
+    if (word >= m_wordMap.Size()) return m_newWords.AddWord(TextView(), false);
     if (m_wordMap[word] == kNoWord) m_wordMap[word] = m_newWords.AddWord(m_oldWords.GetWordView(word), false);
     return m_wordMap[word];
 }

@@ -113,8 +113,7 @@ void CWordDict::Enter(std::uint32_t hash, std::uint32_t value) {
 void CWordDict::Rehash(std::size_t slotCount) {
     CGrowArray<Slot> slots;
     slots.Reserve(slotCount);
-    slots.Extend(slotCount);
-    std::memset(static_cast<void*>(slots.Data()), 0xFF, slotCount * sizeof(Slot));
+    slots.ExtendFilled(slotCount, 0xFF);
     const std::size_t mask = slotCount - 1;
     for (const Slot& slot : m_slots) {
         if (slot.value == kNoWord) continue;

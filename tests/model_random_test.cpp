@@ -1,0 +1,413 @@
+// Random sequences of all editing operations on several documents, beside the plain model: after each step everything
+// that can be asked agrees, after each save the bytes agree and load to the same tree.
+//
+// PARVEL_RANDOM_SEQUENCES sets the number of sequences, PARVEL_RANDOM_SEED the first seed.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "model/document.h"
+#include "plain_model.h"
+#include "test_files.h"
+
+namespace {
+
+using plain::Bytes;
+
+// Empty, mixed-case and non-BMP texts among them; few enough to meet again.
+const std::u16string kTexts[] = {u"",  u"a", u"A",  u"b",        u"id",   u"ID", u"Id",
+                                 u"x", u"X", u"xy", u"\U0001F600", u"root", u"hi", u"\xD800"};
+
+struct Handle {
+    IBinNode* real;
+    plain::Node* model;
+};
+
+struct PairHandle {
+    IAttrPair* real;
+    plain::Node* element;
+    bool isHeld;
+    std::uint32_t nameWord, valueWord;
+    std::u16string name, value;
+};
+
+struct Documents {
+    CBinaryDocument* real;
+    std::unique_ptr<plain::Doc> model;
+};
+
+std::u16string Plain(const WCHAR* text) {
+    return {text, text + TextLength(text)};
+}
+
+std::string Shown(const std::u16string* text) {
+    if (!text) return "(null)";
+    std::string shown = "'";
+    for (const char16_t unit : *text) shown += unit < 128 ? static_cast<char>(unit) : '?';
+    return shown + "'";
+}
+
+class Sequence {
+public:
+    Sequence(std::uint64_t seed, const CTestFolder& folder) : m_random(seed), m_folder(folder) {
+        for (int i = 0; i < 2; ++i) AddDocument();
+    }
+
+    ~Sequence() {
+        std::shuffle(m_handles.begin(), m_handles.end(), m_random);
+        while (!m_handles.empty() || !m_documents.empty() || !m_pairs.empty()) {
+            const std::size_t kind = Below(3);
+            if (kind == 0 && !m_handles.empty()) Drop(m_handles.size() - 1);
+            if (kind == 1 && !m_documents.empty()) CloseDocument(Below(m_documents.size()));
+            if (kind == 2 && !m_pairs.empty()) DropPair(Below(m_pairs.size()));
+        }
+    }
+
+    void Run(int steps) {
+        for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
+            m_log.clear();
+            Step();
+            Check();
+        }
+        if (::testing::Test::HasFailure()) ADD_FAILURE() << "last step: " << m_log;
+    }
+
+private:
+    std::size_t Below(std::size_t bound) { return static_cast<std::size_t>(m_random() % bound); }
+    bool OneIn(std::size_t n) { return Below(n) == 0; }
+    const std::u16string& AnyText() { return kTexts[Below(std::size(kTexts))]; }
+    static Text Wide(const std::u16string& text) { return CTestFolder::Wide(text); }
+    Documents& AnyDocument() { return m_documents[Below(m_documents.size())]; }
+
+    void AddDocument() {
+        m_documents.push_back({CBinaryDocument::Create(), std::make_unique<plain::Doc>(&m_nodes)});
+    }
+
+    void CloseDocument(std::size_t i) {
+        m_documents[i].real->Release();
+        m_documents[i].model->Die();
+        m_documents.erase(m_documents.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+
+    void Hold(IBinNode* real, plain::Node* model) {
+        ++model->held;
+        m_handles.push_back({real, model});
+    }
+
+    void Drop(std::size_t i) {
+        const Handle handle = m_handles[i];
+        m_handles.erase(m_handles.begin() + static_cast<std::ptrdiff_t>(i));
+        --handle.model->held;
+        const bool isAttached = handle.model->parent || handle.model->IsRoot();
+        const bool isGone = !handle.model->doc;
+        if (!isGone && !isAttached && handle.model->held == 0) plain::Doc::LetGo(handle.model);
+        const unsigned expected = static_cast<unsigned>(handle.model->held + (isAttached && !isGone ? 1 : 0));
+        EXPECT_EQ(handle.real->Release(), expected);
+    }
+
+    void DropPair(std::size_t i) {
+        m_pairs[i].real->Release();
+        m_pairs.erase(m_pairs.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+
+    // A handle on some node, by a walk down from a handle or a root; held until it is dropped by a later step.
+    Handle Pick() {
+        if (m_handles.empty() || OneIn(3)) {
+            Documents& document = AnyDocument();
+            IBinNode* root = nullptr;
+            document.real->GetRoot(&root);
+            Hold(root, document.model->Root());
+        }
+        Handle at = m_handles[Below(m_handles.size())];
+        while (at.model->ChildCount() > 0 && !OneIn(3)) {
+            const std::size_t index = Below(static_cast<std::size_t>(at.model->ChildCount()));
+            IBinNode* child = nullptr;
+            at.real->GetChild(static_cast<std::int32_t>(index), &child);
+            at = {child, at.model->children[index]};
+            Hold(at.real, at.model);
+        }
+        return at;
+    }
+
+    void Step() {
+        while (m_documents.size() < 2) AddDocument();
+        while (m_handles.size() > 12) Drop(Below(m_handles.size()));
+        while (m_pairs.size() > 4) DropPair(Below(m_pairs.size()));
+        const Handle node = Pick();
+        const std::u16string text = AnyText();
+        const std::u16string text2 = AnyText();
+        m_log = Shown(&text) + " " + Shown(&text2);
+        switch (Below(20)) {
+            case 0:
+                m_log += " SetName";
+                EXPECT_EQ(node.real->SetName(Wide(text).c_str()), node.model->SetName(text));
+                break;
+            case 1:
+            case 2:
+                m_log += " SetAttribute";
+                EXPECT_EQ(node.real->SetAttribute(Wide(text).c_str(), Wide(text2).c_str()),
+                          node.model->SetAttribute(text, text2));
+                break;
+            case 3:
+                m_log += " RemoveAttribute";
+                EXPECT_EQ(node.real->RemoveAttribute(Wide(text).c_str()), node.model->RemoveAttribute(text));
+                break;
+            case 4:
+            case 5:
+                m_log += " SetValue";
+                EXPECT_EQ(node.real->SetValue(Wide(text).c_str()), node.model->SetValue(text));
+                break;
+            case 6:
+            case 7:
+            case 8: {
+                m_log += " AppendChild";
+                Handle child = Pick();
+                EXPECT_EQ(node.real->AppendChild(&child.real), node.model->Append(child.model));
+                break;
+            }
+            case 9:
+                m_log += " RemoveFromParent";
+                EXPECT_EQ(node.real->RemoveFromParent(), node.model->Remove());
+                break;
+            case 10:
+                Clone(node);
+                break;
+            case 11:
+            case 12:
+            case 13:
+                Create(text);
+                break;
+            case 14:
+                CloneDocument();
+                break;
+            case 15:
+            case 16:
+                Save();
+                break;
+            case 17:
+                Rare(node, text);
+                break;
+            case 18:
+                TakePair(node, text);
+                break;
+            default:
+                m_log += " drop";
+                if (!m_handles.empty()) Drop(Below(m_handles.size()));
+                break;
+        }
+    }
+
+    void Clone(Handle node) {
+        m_log += " Clone";
+        const bool deep = OneIn(2);
+        IBinNode* copy = nullptr;
+        plain::Node* model = node.model->Clone(deep);
+        ASSERT_EQ(node.real->Clone(&copy, deep), model != nullptr);
+        if (model) Hold(copy, model);
+    }
+
+    void Create(const std::u16string& text) {
+        m_log += " Create";
+        Documents& document = AnyDocument();
+        IBinNode* real = nullptr;
+        if (OneIn(8)) {
+            document.real->CreateNode(&real);
+            Hold(real, document.model->New());
+            return;
+        }
+        document.real->CreateElement(&real, Wide(text).c_str());
+        ASSERT_EQ(real == nullptr, text.empty());
+        if (real) Hold(real, document.model->CreateElement(text));
+    }
+
+    void CloneDocument() {
+        m_log += " Clone document";
+        if (m_documents.size() > 3) return CloseDocument(Below(m_documents.size()));
+        Documents& document = AnyDocument();
+        IBinDocument* copy = nullptr;
+        document.real->Clone(&copy);
+        std::unique_ptr<plain::Doc> model = document.model->Clone();
+        m_documents.push_back({static_cast<CBinaryDocument*>(copy), std::move(model)});
+    }
+
+    void Save() {
+        m_log += " Save";
+        Documents& document = AnyDocument();
+        ASSERT_TRUE(document.real->SaveToFile(m_folder.Path("saved").c_str()));
+        const Bytes expected = document.model->Save();
+        ASSERT_EQ(ReadBytes(m_folder.File("saved")), expected);
+        if (!document.model->root || !document.model->root->hasRecord) return;
+        Documents& target = AnyDocument();  // maybe the same
+        m_log += " and load";
+        const bool isFile = OneIn(2);
+        ASSERT_EQ(isFile ? target.real->LoadFromFile(m_folder.Path("saved").c_str())
+                         : target.real->LoadFromBuffer(expected.data()),
+                  target.model->Load(expected, isFile));
+    }
+
+    void Rare(Handle node, const std::u16string& text) {
+        Documents& document = AnyDocument();
+        switch (Below(8)) {
+            case 0:
+                m_log += " ClearDictionary";
+                document.real->ClearDictionary();
+                document.model->dict = plain::Dict();
+                break;
+            case 1:
+                m_log += " SetModified(false)";
+                document.real->SetModified(false);
+                document.model->modified = false;
+                break;
+            case 2:
+                m_log += " close";
+                CloseDocument(Below(m_documents.size()));
+                break;
+            case 3: {
+                m_log += " failing save";
+                EXPECT_FALSE(document.real->SaveToFile(m_folder.Path("no/such/folder").c_str()));
+                document.model->Compact();
+                break;
+            }
+            case 4:
+            case 5: {
+                m_log += " compare documents";
+                Documents& other = AnyDocument();
+                IBinDocument* real = other.real;
+                EXPECT_EQ(document.real->IsEqual(&real), plain::Equal(document.model.get(), other.model.get()));
+                break;
+            }
+            default: {
+                m_log += " compare nodes";
+                Handle other = Pick();
+                const bool deep = text.empty() || OneIn(2);
+                EXPECT_EQ(node.real->IsEqual(&other.real, deep), plain::Equal(node.model, other.model, deep));
+                break;
+            }
+        }
+    }
+
+    void TakePair(Handle node, const std::u16string& text) {
+        m_log += " pair";
+        const int count = node.model->AttrCount();
+        if (count == 0) return;
+        const std::size_t index = Below(static_cast<std::size_t>(count));
+        IAttrPair* real = nullptr;
+        node.real->GetAttrPair(static_cast<std::int32_t>(index), &real);
+        ASSERT_NE(real, nullptr);
+        const auto& attrs = node.model->record.attrs;
+        PairHandle pair{real, node.model, index >= attrs.size(), 0, 0, u"", u""};
+        if (pair.isHeld) {
+            pair.name = *node.model->Pair(index).first;
+            pair.value = *node.model->Pair(index).second;
+        } else {
+            pair.nameWord = attrs[index].first;
+            pair.valueWord = attrs[index].second;
+        }
+        m_pairs.push_back(pair);
+        if (OneIn(2)) return;
+        const auto expected = PairTexts(pair);
+        const bool result = expected.first && !expected.first->empty() &&
+                            node.model->SetAttribute(std::u16string(*expected.first), text);
+        EXPECT_EQ(real->SetValue(Wide(text).c_str()), result);
+    }
+
+    // What a pair must answer now; the texts live until the next change.
+    static std::pair<const std::u16string*, const std::u16string*> PairTexts(const PairHandle& pair) {
+        const plain::Doc* document = pair.element->doc;
+        if (!document) return {nullptr, nullptr};
+        if (pair.isHeld) return {&pair.name, &pair.value};
+        return {document->dict.Pair(pair.nameWord), document->dict.Pair(pair.valueWord)};
+    }
+
+    static void ExpectText(const WCHAR* real, const std::u16string* model, const char* what) {
+        if (!real || !model) {
+            EXPECT_EQ(real == nullptr, model == nullptr) << what << " should be " << Shown(model);
+        } else {
+            const std::u16string text = Plain(real);
+            EXPECT_EQ(text, *model) << what << ' ' << Shown(&text) << " should be " << Shown(model);
+        }
+    }
+
+    void CheckNode(IBinNode* real, const plain::Node* model) {
+        EXPECT_EQ(real->GetType(), model->Type());
+        ExpectText(real->GetName(), model->Name(), "name");
+        ExpectText(real->GetValue(), model->Value(), "value");
+        ASSERT_EQ(real->GetAttrCount(), model->AttrCount());
+        for (int i = 0; i < model->AttrCount(); ++i) {
+            IAttrPair* pair = nullptr;
+            real->GetAttrPair(i, &pair);
+            ASSERT_NE(pair, nullptr);
+            ExpectText(pair->GetName(), model->Pair(static_cast<std::size_t>(i)).first, "attribute name");
+            ExpectText(pair->GetValue(), model->Pair(static_cast<std::size_t>(i)).second, "attribute value");
+            pair->Release();
+        }
+        for (const std::u16string& asked : {kTexts[1], kTexts[2], kTexts[5], kTexts[6]}) {
+            ExpectText(real->GetAttribute(Wide(asked).c_str()), model->Attribute(asked), "attribute");
+        }
+        ASSERT_EQ(real->GetChildCount(), model->ChildCount());
+        if (OneIn(3)) return;  // leave children unmade now and then
+        for (int i = 0; i < model->ChildCount(); ++i) {
+            IBinNode* child = nullptr;
+            real->GetChild(i, &child);
+            ASSERT_NE(child, nullptr);
+            IBinNode* parent = nullptr;
+            child->GetParent(&parent);
+            EXPECT_EQ(parent, real);
+            if (parent) parent->Release();
+            CheckNode(child, model->children[static_cast<std::size_t>(i)]);
+            child->Release();
+        }
+    }
+
+    void Check() {
+        for (const Documents& document : m_documents) {
+            EXPECT_EQ(document.real->IsModified(), document.model->modified);
+            EXPECT_EQ(document.real->Words().GetWordCount(), document.model->dict.words.size());
+            if (document.real->Root()) CheckNode(document.real->Root(), document.model->root);
+        }
+        for (const Handle& handle : m_handles) {
+            const ULONG refs = handle.real->AddRef();
+            EXPECT_EQ(handle.real->Release(), refs - 1);
+            IBinNode* parent = nullptr;
+            handle.real->GetParent(&parent);
+            EXPECT_EQ(parent != nullptr, handle.model->doc && handle.model->parent);
+            if (parent) parent->Release();
+            if (!handle.model->parent) CheckNode(handle.real, handle.model);
+        }
+        for (const PairHandle& pair : m_pairs) {
+            ExpectText(pair.real->GetName(), PairTexts(pair).first, "pair name");
+            ExpectText(pair.real->GetValue(), PairTexts(pair).second, "pair value");
+        }
+    }
+
+    std::mt19937_64 m_random;
+    const CTestFolder& m_folder;
+    std::vector<std::unique_ptr<plain::Node>> m_nodes;
+    std::vector<Documents> m_documents;
+    std::vector<Handle> m_handles;
+    std::vector<PairHandle> m_pairs;
+    std::string m_log;
+};
+
+std::uint64_t NumberFromEnvironment(const char* name, std::uint64_t otherwise) {
+    const char* text = std::getenv(name);
+    return text ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+}  // namespace
+
+TEST(ModelRandom, AgreesWithThePlainModel) {
+    const CTestFolder folder;
+    const std::uint64_t first = NumberFromEnvironment("PARVEL_RANDOM_SEED", 1);
+    const std::uint64_t count = NumberFromEnvironment("PARVEL_RANDOM_SEQUENCES", 4000);
+    for (std::uint64_t seed = first; seed < first + count && !HasFailure(); ++seed) {
+        g_lower = seed % 4 == 0 ? 1 : 0;
+        {
+            Sequence sequence(seed, folder);
+            sequence.Run(40);
+        }
+        if (HasFailure()) ADD_FAILURE() << "seed " << seed;
+    }
+    g_lower = 0;
+}
