@@ -186,7 +186,11 @@ private:
                 Save();
                 break;
             case 17:
-                Rare(node, text);
+                if (OneIn(3)) {
+                    LoadOdd();
+                } else {
+                    Rare(node, text);
+                }
                 break;
             case 18:
                 TakePair(node, text);
@@ -244,6 +248,64 @@ private:
         ASSERT_EQ(isFile ? target.real->LoadFromFile(m_folder.Path("saved").c_str())
                          : target.real->LoadFromBuffer(expected.data()),
                   target.model->Load(expected, isFile));
+    }
+
+    void PutNumber(Bytes& bytes, std::uint32_t number) {
+        for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<unsigned char>(number >> shift));
+    }
+
+    // Tables in any order, names twice, indexes past the end, negative counts.
+    void PutRandomNode(Bytes& bytes, std::uint32_t wordCount, int depth) {
+        const auto anyWord = [&] {
+            return OneIn(8) ? plain::kNoWord : static_cast<std::uint32_t>(Below(wordCount + 1));
+        };
+        const bool isElement = depth == 0 || OneIn(2);
+        bytes.push_back(isElement ? 1 : OneIn(2) ? 3 : 4);
+        PutNumber(bytes, anyWord());
+        if (!isElement) return;
+        PutNumber(bytes, OneIn(3) ? anyWord() : plain::kNoWord);
+        const std::uint32_t attrCount = OneIn(8) ? plain::kNoWord : static_cast<std::uint32_t>(Below(4));
+        const std::uint32_t childCount = OneIn(8) ? 0x80000000 : depth < 4 ? static_cast<std::uint32_t>(Below(4)) : 0;
+        PutNumber(bytes, attrCount);
+        PutNumber(bytes, childCount);
+        for (std::uint32_t i = 0; i < attrCount && attrCount < 4; ++i) {
+            PutNumber(bytes, anyWord());
+            PutNumber(bytes, anyWord());
+        }
+        for (std::uint32_t i = 0; i < childCount && childCount < 4; ++i) PutRandomNode(bytes, wordCount, depth + 1);
+    }
+
+    // A well-formed document as no writer of ours would make it; half of them end in records of unknown type.
+    void LoadOdd() {
+        m_log += " load an odd document";
+        Bytes bytes;
+        const std::uint32_t wordCount = static_cast<std::uint32_t>(Below(12));
+        PutNumber(bytes, wordCount);
+        for (std::uint32_t i = 0; i < wordCount; ++i) {
+            const std::u16string& word = AnyText();
+            PutNumber(bytes, static_cast<std::uint32_t>(word.size() * 2));
+            for (const char16_t unit : word) {
+                bytes.push_back(static_cast<unsigned char>(unit));
+                bytes.push_back(static_cast<unsigned char>(unit >> 8));
+            }
+        }
+        const std::size_t records = bytes.size();
+        PutRandomNode(bytes, wordCount, 0);
+        if (OneIn(2)) {
+            // Cut at a record, put an unknown type there, and enough bytes for what was promised.
+            std::size_t cut = records;
+            for (std::size_t more = Below(4); more > 0 && cut < bytes.size(); --more) {
+                cut += static_cast<std::size_t>(GetRecordSize(bytes.data() + cut));
+            }
+            if (cut > records) bytes.resize(cut);
+            if (cut > records) bytes.insert(bytes.end(), 64, 9);
+        }
+        Documents& document = AnyDocument();
+        WriteBytes(m_folder.File("odd"), bytes);
+        const bool isFile = OneIn(2);
+        ASSERT_EQ(isFile ? document.real->LoadFromFile(m_folder.Path("odd").c_str())
+                         : document.real->LoadFromBuffer(bytes.data()),
+                  document.model->Load(bytes, isFile));
     }
 
     void Rare(Handle node, const std::u16string& text) {

@@ -114,7 +114,7 @@ void Node::StoreAttributes(Dict& dict) {
     if (!hasRecord) return;
     if (IsElement() && !attrs.empty()) {
         record.word = dict.Add(doc->dict.Word(record.word));
-        const Text ownText = doc->dict.Word(record.own);
+        const Text ownText = foreign ? own : doc->dict.Word(record.own);
         record.own = ownText.empty() ? kNoWord : dict.Add(ownText);
         for (const auto& pair : attrs) {
             const std::uint32_t key = dict.Add(pair.first, true);
@@ -364,13 +364,12 @@ bool Doc::Load(const Bytes& bytes, bool isFile) {
     return true;
 }
 
-// Name, own value and attributes read the dictionary as it was before the rebuild: storing values adds to it.
-bool Doc::Rebuild(Node* node, Dict& fresh, const Dict& before) {
+bool Doc::Rebuild(Node* node, Dict& fresh) {
     node->LoadAttributes();
     const bool isElement = node->IsElement();
     const bool nameless = isElement && (!node->Name() || node->Name()->empty());
-    const Text ownText = node->foreign ? node->own : before.Word(node->record.own);
-    if (isElement && node->name.empty() && !node->foreign) node->name = before.Word(node->record.word);
+    const Text ownText = node->foreign ? node->own : dict.Word(node->record.own);
+    if (isElement && node->name.empty() && !node->foreign) node->name = dict.Word(node->record.word);
     if (node->hasRecord && node->value.empty()) {
         if (isElement && node->children.size() == 1 && node->children[0]->hasRecord &&
             node->children[0]->record.type == 3) {
@@ -383,7 +382,7 @@ bool Doc::Rebuild(Node* node, Dict& fresh, const Dict& before) {
         // The own value is carried in every case; without attributes its word follows the name's.
         const auto storeOwn = [&] { node->record.own = ownText.empty() ? kNoWord : fresh.Add(ownText); };
         if (hasAttrs) {
-            const std::uint32_t former = fresh.Add(before.Word(node->record.word));
+            const std::uint32_t former = fresh.Add(dict.Word(node->record.word));
             storeOwn();
             const Record kept = node->record;
             Dict& target = fresh;
@@ -409,8 +408,20 @@ bool Doc::Rebuild(Node* node, Dict& fresh, const Dict& before) {
         node->own.clear();
         node->StoreValue(fresh);
     }
-    for (Node* child : node->children) Rebuild(child, fresh, before);
+    for (Node* child : node->children) Rebuild(child, fresh);
     return true;
+}
+
+// What reads as the empty text stays empty, although storing values during a rebuild adds words.
+void Doc::ForgetIndexesPastTheEnd(Node* node) {
+    const auto forget = [&](std::uint32_t& word) { word = word < dict.words.size() ? word : kNoWord; };
+    forget(node->record.word);
+    forget(node->record.own);
+    for (auto& entry : node->record.attrs) {
+        forget(entry.first);
+        forget(entry.second);
+    }
+    for (Node* child : node->children) ForgetIndexesPastTheEnd(child);
 }
 
 void Doc::Compact() {
@@ -419,7 +430,8 @@ void Doc::Compact() {
             if (node->doc == this && node->held > 0 && !node->parent && node.get() != root) node->Hold(false);
         }
         Dict fresh;
-        Rebuild(root, fresh, Dict(dict));
+        ForgetIndexesPastTheEnd(root);
+        Rebuild(root, fresh);
         dict = std::move(fresh);
     }
     modified = false;

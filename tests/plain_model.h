@@ -104,7 +104,8 @@ struct Doc {
     static void LetGo(Node* node);
 
 private:
-    bool Rebuild(Node* node, Dict& fresh, const Dict& before);
+    bool Rebuild(Node* node, Dict& fresh);
+    void ForgetIndexesPastTheEnd(Node* node);
     void Write(const Node* node, Bytes& out) const;
     void HoldKept();
 };

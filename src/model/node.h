@@ -90,6 +90,8 @@ public:
     void StoreAttributes(CWordDict& words);
     /// Writes the pending value into the record or the only text child, with words of the document's dictionary.
     void StoreValue();
+    /// Moves an element's pending value to its only text child, making it when there are no children.
+    void PassValueDown();
     /// Holds this node's texts, and those of all below it, as edits: they then outlive the document's dictionary. With
     /// `isLeaving` the way a node takes them along into another document, its name included.
     void HoldSubtree(bool isLeaving = false);
@@ -132,7 +134,8 @@ private:
     const unsigned char* FindStored(TextView name) const;
     bool SetAttributeText(TextView name, TextView value);
     bool RemoveAttributeText(TextView name);
-    void AppendNewText(TextView text);
+    CBinNode* OnlyTextChild();
+    CBinNode* AppendNewText(std::uint32_t word);
 
     bool IsBelow(const CBinNode* other) const;
     void PrepareList();

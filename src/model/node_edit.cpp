@@ -149,8 +149,9 @@ void CBinNode::StoreAttributes(CWordDict& words) {
     record.Extend(kElementBytes + kAttrEntryBytes * std::size_t{count});
     std::memcpy(record.Data(), m_record, kElementBytes);
 
-    const TextView ownValue(document->GetWord(ReadU32(m_record + kOwnValueOffset)));
     WriteU32(record.Data() + kWordOffset, words.AddWord(document->GetWord(ReadU32(m_record + kWordOffset)), false));
+    const TextView ownValue(state->holdsTexts ? state->ownValue.Get()
+                                              : document->GetWord(ReadU32(m_record + kOwnValueOffset)));
     WriteU32(record.Data() + kOwnValueOffset, ownValue.empty() ? kNoWord : words.AddWord(ownValue, false));
     WriteU32(record.Data() + kAttrCountOffset, count);
     StoreAttrList(*state->attrs, record.Data() + kElementBytes, words);
@@ -190,27 +191,37 @@ void CBinNode::StoreValue() {
         WriteU32(m_record + kWordOffset, document->Words().AddWord(text, false));
         state->holdsTexts = false;
     } else if (ListCount() == 0) {
-        if (!text.empty()) AppendNewText(text);
-    } else if (ListCount() == 1) {
-        MakeChildren();
-        CBinNode* child = FirstMadeChild();
-        if (child->m_record && *child->m_record == kText) {
-            WriteU32(child->m_record + kWordOffset, document->Words().AddWord(text, false));
-            if (CNodeState* childState = child->State()) {
-                childState->value.Clear();
-                childState->holdsTexts = false;
-            }
+        if (!text.empty()) AppendNewText(document->Words().AddWord(text, false));
+    } else if (CBinNode* child = OnlyTextChild()) {
+        WriteU32(child->m_record + kWordOffset, document->Words().AddWord(text, false));
+        if (CNodeState* childState = child->State()) {
+            childState->value.Clear();
+            childState->holdsTexts = false;
         }
     }
     state->value.Clear();
 }
 
-void CBinNode::AppendNewText(TextView text) {
-    CBinaryDocument* document = Document();
-    CBinNode* child = document->NewNode();
+// As StoreValue does for an element, but the dictionary stays as it is: the text child takes the value as pending.
+void CBinNode::PassValueDown() {
+    CNodeState& state = *State();
+    CBinNode* child = ListCount() == 0 ? AppendNewText(kNoWord) : OnlyTextChild();
+    if (child) child->NeedState().value.Set(state.value.View());
+    state.value.Clear();
+}
+
+CBinNode* CBinNode::OnlyTextChild() {
+    if (ListCount() != 1) return nullptr;
+    MakeChildren();
+    CBinNode* child = FirstMadeChild();
+    return child->m_record && *child->m_record == kText ? child : nullptr;
+}
+
+CBinNode* CBinNode::AppendNewText(std::uint32_t word) {
+    CBinNode* child = Document()->NewNode();
     try {
         unsigned char record[kTextBytes];
-        WriteTextRecord(record, kText, document->Words().AddWord(text, false));
+        WriteTextRecord(record, kText, word);
         child->SetOwnRecord(record, sizeof(record));
         AppendNode(child);
     } catch (...) {
@@ -218,4 +229,5 @@ void CBinNode::AppendNewText(TextView text) {
         throw;
     }
     child->Release();
+    return child;
 }

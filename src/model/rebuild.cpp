@@ -61,7 +61,7 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     const CNodeState* state = node.State();
     if (!record) return;
     if (IsElement(record) && state && !state->value.IsEmpty()) {
-        node.StoreValue();  // may make a text child
+        node.PassValueDown();  // may make a text child
         record = node.Record();
     }
     const std::size_t offset = m_records.Size();
@@ -76,11 +76,10 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
             if (isWritten) KeepApart(node, offset, node.ListCount());
         }
     } else {
-        // The text may be held, or be a word that StoreValue has just added.
-        const std::uint32_t word = ReadU32(record + kWordOffset);
-        const bool isLoadedWord = word < m_wordMap.Size() && !state;
-        WriteTextRecord(m_records.Extend(kTextBytes), *record,
-                        isLoadedWord ? MapWord(word) : m_newWords.AddWord(node.GetValue(), false));
+        const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
+        const std::uint32_t word = isHeld ? m_newWords.AddWord(state->value.View(), false)
+                                          : MapWord(ReadU32(record + kWordOffset));
+        WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
     }
     if (!isWritten) {
         KeepApart(node, offset, node.ListCount());
