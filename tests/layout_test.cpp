@@ -1,0 +1,351 @@
+// The binary layout as it is read and written: the worked example, every limit, every prefix, and records that lie.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "model/document.h"
+#include "platform/dialog.h"
+#include "test_files.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// Bytes of a document, part by part.
+class CBytes {
+public:
+    CBytes& Number(std::uint32_t number) {
+        for (int shift = 0; shift < 32; shift += 8) m_bytes.push_back(static_cast<unsigned char>(number >> shift));
+        return *this;
+    }
+    CBytes& Raw(std::initializer_list<int> bytes) {
+        for (const int byte : bytes) m_bytes.push_back(static_cast<unsigned char>(byte));
+        return *this;
+    }
+    CBytes& Word(const std::u16string& text) {
+        Number(static_cast<std::uint32_t>(text.size() * 2));
+        for (const char16_t unit : text) Raw({unit & 0xFF, unit >> 8});
+        return *this;
+    }
+    CBytes& Words(std::initializer_list<std::u16string> words) {
+        Number(static_cast<std::uint32_t>(words.size()));
+        for (const std::u16string& word : words) Word(word);
+        return *this;
+    }
+    CBytes& Element(std::uint32_t name, std::int32_t childCount, std::vector<std::uint32_t> attrs = {},
+                    std::uint32_t own = kNoWord) {
+        Raw({1}).Number(name).Number(own).Number(static_cast<std::uint32_t>(attrs.size() / 2));
+        Number(static_cast<std::uint32_t>(childCount));
+        for (const std::uint32_t word : attrs) Number(word);
+        return *this;
+    }
+    CBytes& TextNode(std::uint32_t word, int type = 3) { return Raw({type}).Number(word); }
+    operator const Bytes&() const { return m_bytes; }
+
+private:
+    Bytes m_bytes;
+};
+
+std::string Narrow(const WCHAR* text) {
+    if (!text) return "(null)";
+    std::string narrow;
+    for (; *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
+    return narrow;
+}
+
+// a[x=1](text child#) : element a with an attribute and a text child; <text> is CDATA; * a node without a name.
+std::string Notation(IBinNode* node) {
+    std::string shown;
+    if (node->GetType() == 3) return "'" + Narrow(node->GetValue()) + "'";
+    if (node->GetType() == 4) return "<" + Narrow(node->GetValue()) + ">";
+    shown = node->GetName() ? Narrow(node->GetName()) : "*";
+    for (int i = 0; i < node->GetAttrCount(); ++i) {
+        IAttrPair* pair = nullptr;
+        node->GetAttrPair(i, &pair);
+        shown += "[" + Narrow(pair->GetName()) + "=" + Narrow(pair->GetValue()) + "]";
+        pair->Release();
+    }
+    for (int i = 0; i < node->GetChildCount(); ++i) {
+        IBinNode* child = nullptr;
+        node->GetChild(i, &child);
+        shown += (i == 0 ? "(" : " ") + Notation(child) + (i + 1 == node->GetChildCount() ? ")" : "");
+        child->Release();
+    }
+    return shown;
+}
+
+std::string RootNotation(CBinaryDocument* document) {
+    return document->Root() ? Notation(document->Root()) : "(none)";
+}
+
+struct DocumentRelease {
+    void operator()(CBinaryDocument* document) const { document->Release(); }
+};
+using DocumentPtr = std::unique_ptr<CBinaryDocument, DocumentRelease>;
+
+DocumentPtr NewDocument() {
+    return DocumentPtr(CBinaryDocument::Create());
+}
+
+const Bytes kExample = CBytes()
+                           .Words({u"a", u"x", u"1", u"hi"})
+                           .Element(0, 1, {1, 2})
+                           .TextNode(3);
+
+class Layout : public ::testing::Test {
+protected:
+    bool LoadFile(CBinaryDocument& document, const Bytes& bytes) {
+        WriteBytes(m_folder.File("in"), bytes);
+        return document.LoadFromFile(m_folder.Path("in").c_str());
+    }
+    Bytes Saved(CBinaryDocument& document) {
+        EXPECT_TRUE(document.SaveToFile(m_folder.Path("out").c_str()));
+        return ReadBytes(m_folder.File("out"));
+    }
+    CTestFolder m_folder;
+};
+
+}  // namespace
+
+TEST_F(Layout, WorkedExampleLoadsAndSavesTheSameBytes) {
+    ASSERT_EQ(kExample.size(), 60u);
+    const DocumentPtr fromFile = NewDocument();
+    const DocumentPtr fromBuffer = NewDocument();
+    ASSERT_TRUE(LoadFile(*fromFile, kExample));
+    ASSERT_TRUE(fromBuffer->LoadFromBuffer(kExample.data()));
+    for (CBinaryDocument* document : {fromFile.get(), fromBuffer.get()}) {
+        EXPECT_EQ(Saved(*document), kExample);  // no node made yet
+        EXPECT_EQ(RootNotation(document), "a[x=1]('hi')");
+        EXPECT_EQ(Saved(*document), kExample);
+        document->SetModified(true);
+        EXPECT_EQ(Saved(*document), kExample);  // rebuilt
+    }
+}
+
+TEST_F(Layout, EveryPrefixFailsAndKeepsTheFormerTree) {
+    for (std::size_t size = 0; size < kExample.size(); ++size) {
+        const DocumentPtr document = NewDocument();
+        ASSERT_TRUE(LoadFile(*document, CBytes().Words({u"former"}).Element(0, 0)));
+        EXPECT_FALSE(LoadFile(*document, Bytes(kExample.begin(), kExample.begin() + static_cast<std::ptrdiff_t>(size))));
+        const std::uint32_t wordsRead = size < 10 ? 0 : size < 16 ? 1 : size < 22 ? 2 : size < 30 ? 3 : 4;
+        EXPECT_EQ(document->Words().GetWordCount(), wordsRead) << size << " bytes";
+        EXPECT_EQ(RootNotation(document.get()), wordsRead > 0 ? "a" : "") << size << " bytes";
+    }
+}
+
+TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
+    struct Row {
+        const char* what;
+        Bytes bytes;
+        const char* notation;
+        Bytes saved;
+    };
+    const Bytes emptyRoot = CBytes().Words({}).Element(0, 0);
+    const Row rows[] = {
+        {"no words", emptyRoot, "", emptyRoot},
+        {"bytes behind the tree", CBytes().Words({u"a"}).Element(0, 0).Raw({9, 9, 9}), "a",
+         CBytes().Words({u"a"}).Element(0, 0)},
+        {"attribute count -1", CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(kNoWord).Number(0), "a",
+         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(kNoWord).Number(0)},
+        {"child count -2", CBytes().Words({u"a"}).Element(0, -2), "a", CBytes().Words({u"a"}).Element(0, -2)},
+        {"a zero in a word ends it", CBytes().Words({{u'a', 0, u'b'}, u"c"}).Element(0, 1).TextNode(1), "a('c')",
+         CBytes().Words({u"a", u"c"}).Element(0, 1).TextNode(1)},
+        {"odd last word", CBytes().Number(1).Number(3).Raw({0x41, 0}).Element(0, 0), "A\x01",
+         CBytes().Words({u"A\x01"}).Element(0, 0)},
+        {"text root", CBytes().Words({u"hi"}).TextNode(0), "'hi'", CBytes().Words({u"hi"}).TextNode(0)},
+        {"CDATA child, indexes past the end", CBytes().Words({u"a"}).Element(0, 2, {7, kNoWord}).TextNode(9, 4).TextNode(0),
+         "a[(null)=(null)](<> 'a')", CBytes().Words({u"a"}).Element(0, 2, {7, kNoWord}).TextNode(9, 4).TextNode(0)},
+        {"unknown child: it and those behind it have no record",
+         CBytes().Words({u"a"}).Element(0, 4).Element(0, 2).TextNode(0).Raw({9, 9, 9, 9}), "a(a('a' *) * * *)",
+         CBytes().Words({u"a"}).Element(0, 1).Element(0, 1).TextNode(0)},
+        {"unknown root", CBytes().Words({u"a"}).Raw({2}), "*", CBytes().Words({u"a"})},
+    };
+    for (const Row& row : rows) {
+        for (const bool isFile : {true, false}) {
+            const DocumentPtr document = NewDocument();
+            ASSERT_TRUE(isFile ? LoadFile(*document, row.bytes) : document->LoadFromBuffer(row.bytes.data())) << row.what;
+            EXPECT_EQ(Saved(*document), row.saved) << row.what;
+            EXPECT_EQ(RootNotation(document.get()), row.notation) << row.what;
+            EXPECT_EQ(Saved(*document), row.saved) << row.what;
+        }
+    }
+}
+
+TEST_F(Layout, UnknownRecordsAreToldToTheDebugger) {
+    static std::vector<std::u16string> told;
+    const TextHandler former = SetDebugOutputHandler([](const WCHAR* text) {
+        told.emplace_back(text, text + TextLength(text));
+    });
+    const DocumentPtr document = NewDocument();
+    EXPECT_TRUE(LoadFile(*document, CBytes().Words({u"a"}).Element(0, 3).TextNode(0).Raw({9, 9})));
+    EXPECT_TRUE(LoadFile(*document, CBytes().Words({u"a"}).Raw({9})));  // a root of unknown type is not told
+    SetDebugOutputHandler(former);
+    EXPECT_EQ(told, std::vector<std::u16string>(2, u"解析文档节点出现异常！"));
+}
+
+TEST_F(Layout, WordOfOddLengthSharesItsLastByteWithTheNextLength) {
+    // Words of 3, 66 and 2 bytes: the second length field, 42 00 00 00, begins with the third byte of the first word.
+    CBytes bytes;
+    bytes.Number(3).Number(3).Raw({0x41, 0}).Number(0x42);
+    for (int i = 0; i < 33; ++i) bytes.Raw({'z', 0});
+    bytes.Word(u"q").Element(0, 2).TextNode(1).TextNode(2);
+    for (const bool isFile : {true, false}) {
+        const DocumentPtr document = NewDocument();
+        ASSERT_TRUE(isFile ? LoadFile(*document, bytes) : document->LoadFromBuffer(Bytes(bytes).data()));
+        EXPECT_EQ(RootNotation(document.get()), "AB('" + std::string(33, 'z') + "' 'q')");
+    }
+}
+
+TEST_F(Layout, LimitsAreExact) {
+    struct Row {
+        const char* what;
+        Bytes head;
+        std::size_t zeros;
+        bool loads;
+    };
+    const Bytes root = CBytes().Element(0, 0);
+    const Row rows[] = {
+        {"a million words", CBytes().Number(kMostWords), std::size_t{kMostWords} * 4, true},
+        {"one word more", CBytes().Number(kMostWords + 1), (std::size_t{kMostWords} + 1) * 4, false},
+        {"a word of 1,024,000 bytes", CBytes().Number(1).Number(kMostWordBytes), kMostWordBytes, true},
+        {"a word of 1,024,001 bytes", CBytes().Number(1).Number(kMostWordBytes + 1), kMostWordBytes + 1, false},
+        {"a word of -1 bytes", CBytes().Number(1).Number(kNoWord), 16, false},
+    };
+    for (const Row& row : rows) {
+        Bytes bytes = row.head;
+        bytes.insert(bytes.end(), row.zeros, 0);
+        bytes.insert(bytes.end(), root.begin(), root.end());
+        const DocumentPtr document = NewDocument();
+        EXPECT_EQ(LoadFile(*document, bytes), row.loads) << row.what;
+        const DocumentPtr other = NewDocument();
+        EXPECT_EQ(other->LoadFromBuffer(bytes.data()), row.loads) << row.what;
+    }
+}
+
+TEST_F(Layout, LastFileSizeLimitsTheWordBytesOfABuffer) {
+    const DocumentPtr document = NewDocument();
+    const Bytes file = CBytes().Words({}).Element(0, 0);  // 21 bytes
+    ASSERT_TRUE(LoadFile(*document, file));
+    const auto buffer = [](std::size_t units) {
+        return Bytes(CBytes().Words({std::u16string(10, u'a'), std::u16string(units, u'b')}).Element(0, 0));
+    };
+    EXPECT_FALSE(document->LoadFromBuffer(buffer(1).data()));
+    EXPECT_EQ(document->Words().GetWordCount(), 1u);
+    ASSERT_TRUE(document->LoadFromBuffer(buffer(0).data()));
+}
+
+TEST_F(Layout, CountsThatTheBytesCannotHoldFail) {
+    struct Row {
+        const char* what;
+        Bytes bytes;
+    };
+    const Row rows[] = {
+        {"more children than bytes", CBytes().Words({u"a"}).Element(0, 7).TextNode(0)},
+        {"together more children than bytes", CBytes().Words({u"a"}).Element(0, 20).Element(0, 20).Raw(
+                                                  {9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9})},
+        {"an attribute table past the end",
+         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(0x7FFFFFFF).Number(0)},
+        {"2^31 - 1 children", CBytes().Words({u"a"}).Element(0, 0x7FFFFFFF).TextNode(0)},
+    };
+    for (const Row& row : rows) {
+        const DocumentPtr document = NewDocument();
+        EXPECT_FALSE(LoadFile(*document, row.bytes)) << row.what;
+        EXPECT_EQ(RootNotation(document.get()), "(none)") << row.what;
+        EXPECT_EQ(document->Words().GetWordCount(), 1u) << row.what;
+    }
+}
+
+TEST_F(Layout, AnyBytesLoadOrFailCleanly) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 3000; ++round) {
+        Bytes bytes = round % 2 ? kExample : Bytes(CBytes().Words({u"a", u"b"}).Element(0, 3).Element(1, 1).TextNode(0)
+                                                       .TextNode(1).TextNode(1, 4));
+        for (int i = 0; i < 3; ++i) bytes[random() % bytes.size()] = static_cast<unsigned char>(random() % 3 ? random() % 6 : random());
+        const DocumentPtr document = NewDocument();
+        if (!LoadFile(*document, bytes)) continue;
+        RootNotation(document.get());
+        document->SetModified(round % 3 == 0);
+        const Bytes saved = Saved(*document);
+        const DocumentPtr again = NewDocument();
+        EXPECT_EQ(LoadFile(*again, saved), document->Root()->Record() != nullptr);
+    }
+}
+
+TEST_F(Layout, AMillionLevelsLoadWalkSaveAndRebuild) {
+    constexpr std::uint32_t kDepth = 1'000'000;
+    CBytes bytes;
+    bytes.Words({u"a"});
+    for (std::uint32_t i = 0; i < kDepth; ++i) bytes.Element(0, i + 1 < kDepth ? 1 : 0);
+    const DocumentPtr document = NewDocument();
+    ASSERT_TRUE(LoadFile(*document, bytes));
+    IBinNode* node = nullptr;
+    document->GetRoot(&node);
+    std::uint32_t depth = 0;
+    while (node) {
+        ++depth;
+        IBinNode* child = nullptr;
+        node->GetChild(0, &child);
+        node->Release();
+        node = child;
+    }
+    EXPECT_EQ(depth, kDepth);
+    document->SetModified(true);
+    EXPECT_TRUE(Saved(*document) == Bytes(bytes));
+    IBinDocument* copy = nullptr;
+    document->Clone(&copy);
+    IBinDocument* original = document.get();
+    EXPECT_TRUE(copy->IsEqual(&original));
+    copy->Release();
+}
+
+TEST_F(Layout, PathsThatCannotBeReadOrWritten) {
+    const DocumentPtr document = NewDocument();
+    ASSERT_TRUE(LoadFile(*document, kExample));
+    const Text folder = m_folder.Path("");
+    const Text missing = m_folder.Path("missing");
+    Text lone = m_folder.Path("in");
+    lone += static_cast<WCHAR>(0xD800);
+    const Text empty;
+    for (const WCHAR* path : {folder.c_str(), lone.c_str(), empty.c_str(), static_cast<const WCHAR*>(nullptr)}) {
+        EXPECT_FALSE(document->LoadFromFile(path));
+        EXPECT_FALSE(document->SaveToFile(path));
+    }
+    EXPECT_EQ(RootNotation(document.get()), "[(null)=(null)]('')");
+    EXPECT_FALSE(document->LoadFromFile(missing.c_str()));
+    EXPECT_TRUE(document->Save());  // to the path that a failed load has remembered
+    EXPECT_TRUE(std::filesystem::exists(m_folder.File("missing")));
+}
+
+TEST_F(Layout, ReadsPathsOfAnyLengthAndRemembersShortOnes) {
+    const DocumentPtr document = NewDocument();
+    std::filesystem::path deep = m_folder.File("deep");
+    while (deep.u16string().size() < 400) deep /= "abcdefghijklmnopqrstuvwxyz";
+    std::filesystem::create_directories(deep.parent_path());
+    WriteBytes(deep, kExample);
+    EXPECT_TRUE(document->LoadFromFile(CTestFolder::Wide(deep.u16string()).c_str()));
+    EXPECT_FALSE(document->Save());
+    ASSERT_TRUE(LoadFile(*document, kExample));
+    EXPECT_TRUE(document->Save());
+}
+
+TEST(AttrTable, SortsAsUnsignedUnitsAndKeepsEqualNamesInOrder) {
+    CWordDict words;
+    const std::u16string names[] = {u"b", u"\xFFFF", u"", u"B", u"ab", u"\xD800", u"a", u"aa", u"a"};
+    for (const std::u16string& name : names) words.AppendWord(CTestFolder::Wide(name));
+    std::mt19937 random(3);
+    for (const std::size_t count : {0u, 1u, 5u, 12u, 13u, 200u}) {
+        Bytes entries(count * kAttrEntryBytes);
+        for (std::size_t i = 0; i < count; ++i) {
+            WriteU32(entries.data() + 8 * i, static_cast<std::uint32_t>(random() % std::size(names)));
+            WriteU32(entries.data() + 8 * i + 4, static_cast<std::uint32_t>(i));
+        }
+        SortAttrPairs(entries.data(), count, words);
+        for (std::size_t i = 1; i < count; ++i) {
+            const unsigned char* entry = entries.data() + 8 * i;
+            const std::u16string& before = names[ReadU32(entry - 8)];
+            const std::u16string& name = names[ReadU32(entry)];
+            EXPECT_TRUE(before < name || (before == name && ReadU32(entry - 4) < ReadU32(entry + 4)));
+        }
+    }
+}
