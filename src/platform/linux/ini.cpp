@@ -103,7 +103,7 @@ bool FindIniValue(TextView contents, TextView section, TextView key, TextView& v
     return false;
 }
 
-std::uint32_t LeadingInteger(TextView text) {
+std::uint32_t IniNumber(TextView text) {
     text = Trim(text);
     const bool isNegative = !text.empty() && text.front() == u'-';
     if (isNegative || (!text.empty() && text.front() == u'+')) text.remove_prefix(1);

@@ -16,5 +16,5 @@ bool ReadIniFile(const WCHAR* path, Text& contents);
 /// compared without regard to the case of A to Z.
 bool FindIniValue(TextView contents, TextView section, TextView key, TextView& value);
 
-/// The decimal number that leads a text, after blanks and at most one sign, modulo 2^32; 0 when there are no digits.
-std::uint32_t LeadingInteger(TextView text);
+/// The decimal number that leads a value, after blanks and at most one sign, modulo 2^32; 0 when there are no digits.
+std::uint32_t IniNumber(TextView text);

@@ -70,7 +70,7 @@ std::uint32_t GetPrivateProfileIntW(const WCHAR* section, const WCHAR* key, std:
         if (!ReadIniFile(path, contents) || !FindIniValue(contents, section, key, value) || value.empty()) {
             return fallback;
         }
-        return LeadingInteger(value);
+        return IniNumber(value);
     } catch (...) {
         return fallback;
     }
