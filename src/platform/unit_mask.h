@@ -1,0 +1,65 @@
+// Compares 64 units at once: the answer is a mask whose bit i stands for units[i].
+//
+// Every search through a long text runs on this. Where the processor has SSE2 it takes 16 units per step; elsewhere the
+// portable twin gives the same bits, and a test compares the two.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include "platform/text.h"
+
+inline constexpr std::size_t kMaskUnits = 64;
+
+/// Bit i is set when (units[i] & care) == value. Reads exactly 64 units.
+inline std::uint64_t MatchUnitsPortable(const WCHAR* units, WCHAR care, WCHAR value) {
+    std::uint64_t mask = 0;
+    for (std::size_t i = 0; i < kMaskUnits; ++i) mask |= std::uint64_t{(units[i] & care) == value} << i;
+    return mask;
+}
+
+#ifdef __SSE2__
+
+inline std::uint64_t MatchUnits(const WCHAR* units, WCHAR care, WCHAR value) {
+    static_assert(sizeof(WCHAR) == 2);
+    const __m128i careLanes = _mm_set1_epi16(static_cast<short>(care));
+    const __m128i valueLanes = _mm_set1_epi16(static_cast<short>(value));
+    const auto matchEight = [&](const WCHAR* eight) {
+        const __m128i lanes = _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(eight)));
+        return _mm_cmpeq_epi16(_mm_and_si128(lanes, careLanes), valueLanes);
+    };
+    std::uint64_t mask = 0;
+    for (std::size_t i = 0; i < kMaskUnits; i += 16) {
+        const __m128i matches = _mm_packs_epi16(matchEight(units + i), matchEight(units + i + 8));
+        mask |= std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(matches))} << i;
+    }
+    return mask;
+}
+
+#else
+
+inline std::uint64_t MatchUnits(const WCHAR* units, WCHAR care, WCHAR value) {
+    return MatchUnitsPortable(units, care, value);
+}
+
+#endif
+
+/// Bit i is set when units[i] is `unit`.
+inline std::uint64_t EqualUnits(const WCHAR* units, WCHAR unit) {
+    return MatchUnits(units, 0xFFFF, unit);
+}
+
+/// Index of the first unit that a mask other than 0 stands for.
+inline std::size_t FirstInMask(std::uint64_t mask) {
+    return static_cast<std::size_t>(std::countr_zero(mask));
+}
+
+/// Index of the last one.
+inline std::size_t LastInMask(std::uint64_t mask) {
+    return kMaskUnits - 1 - static_cast<std::size_t>(std::countl_zero(mask));
+}
