@@ -1,0 +1,213 @@
+#include "platform/linux/xml_builder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace {
+
+// A file may unfold to so many times its size, and any file to the fixed amounts. The densest XML without entities and
+// default attributes has a node for each 2.5 bytes.
+constexpr std::int64_t kNodesPerByte = 2;
+constexpr std::int64_t kTextBytesPerByte = 8;
+constexpr std::int64_t kLeastNodes = 1'000'000;
+constexpr std::int64_t kLeastTextBytes = 8'000'000;
+
+// The parser recurses for each entity within an entity, about a kilobyte each time.
+constexpr int kMostNestingEntities = 1000;
+
+constexpr char kTooManyNodes[] = "the entities of this file unfold to too many nodes";
+constexpr char kTooManyAttributes[] = "the default attributes of this file unfold to too many";
+constexpr char kTooMuchText[] = "the entities and default attributes of this file unfold to too much text";
+constexpr char kTooManyEntities[] = "too many entities refer to other entities";
+
+bool IsBlank(const char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const char byte = bytes[i];
+        if (byte != ' ' && byte != '\n' && byte != '\t' && byte != '\r') return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+// The parser is C: nothing may be thrown through it.
+template <auto operation, class... Arguments>
+void XMLCALL CXmlTreeBuilder::Handle(void* builder, Arguments... arguments) noexcept {
+    CXmlTreeBuilder& self = *static_cast<CXmlTreeBuilder*>(builder);
+    if (self.m_isStopped) return;
+    try {
+        (self.*operation)(arguments...);
+    } catch (...) {
+        self.m_isOutOfMemory = true;
+        self.Stop(nullptr);
+    }
+}
+
+int XMLCALL CXmlTreeBuilder::HandleExternalEntity(XML_Parser builder, const char* context, const char*, const char*,
+                                                  const char*) noexcept {
+    if (context) Handle<&CXmlTreeBuilder::SkippedEntity>(builder, context, 0);
+    return XML_STATUS_OK;
+}
+
+CXmlTreeBuilder::CXmlTreeBuilder(CXmlTree& tree, XML_Parser parser, std::size_t sourceBytes)
+    : m_tree(tree),
+      m_parser(parser),
+      m_nodesLeft(std::max(kLeastNodes, static_cast<std::int64_t>(sourceBytes) * kNodesPerByte)),
+      m_attrsLeft(m_nodesLeft),
+      m_bytesLeft(std::max(kLeastTextBytes, static_cast<std::int64_t>(sourceBytes) * kTextBytesPerByte)),
+      m_nestingEntitiesLeft(kMostNestingEntities),
+      m_spaceName(tree.Names().Intern("xml:space")) {
+    m_frames.push_back({kXmlDocumentNode, 0, false});
+    using Self = CXmlTreeBuilder;
+    XML_SetUserData(parser, this);
+    XML_SetElementHandler(parser, Handle<&Self::StartElement>, Handle<&Self::EndElement>);
+    XML_SetCharacterDataHandler(parser, Handle<&Self::CharacterData>);
+    XML_SetCdataSectionHandler(parser, Handle<&Self::StartCData>, Handle<&Self::EndCData>);
+    XML_SetCommentHandler(parser, Handle<&Self::Comment>);
+    XML_SetProcessingInstructionHandler(parser, Handle<&Self::ProcessingInstruction>);
+    XML_SetDoctypeDeclHandler(parser, Handle<&Self::StartDoctype>, Handle<&Self::EndDoctype>);
+    XML_SetEntityDeclHandler(parser, Handle<&Self::EntityDeclaration>);
+    XML_SetSkippedEntityHandler(parser, Handle<&Self::SkippedEntity>);
+    XML_SetExternalEntityRefHandler(parser, HandleExternalEntity);
+    XML_SetExternalEntityRefHandlerArg(parser, this);
+}
+
+void CXmlTreeBuilder::Finish() {
+    m_tree.SetChildren(kXmlDocumentNode, m_pending.data(), m_pending.size());
+}
+
+const XmlName* CXmlTreeBuilder::OpenElement() const {
+    return m_frames.size() > 1 ? &m_tree.Names()[m_tree.Node(m_frames.back().node).Name()] : nullptr;
+}
+
+void CXmlTreeBuilder::StartElement(const char* name, const char** attributes) {
+    CloseText();
+    if (!TakeFrom(m_nodesLeft, 1, kTooManyNodes)) return;
+    const Frame& outer = m_frames.back();
+    const XmlNodeId id = m_tree.AddElement(m_tree.Names().Intern(name), outer.node);
+    if (outer.node == kXmlDocumentNode) m_tree.SetDocumentElement(id);
+    m_pending.push_back(id);
+
+    Frame frame = {id, static_cast<std::uint32_t>(m_pending.size()), outer.keepsBlanks};
+    XmlNode& element = m_tree.Node(id);
+    for (; *attributes; attributes += 2) AddAttribute(element, attributes[0], attributes[1], frame);
+    m_frames.push_back(frame);
+}
+
+void CXmlTreeBuilder::AddAttribute(XmlNode& element, const char* name, const char* value, Frame& frame) {
+    const std::size_t valueBytes = std::strlen(value);
+    if (!TakeFrom(m_attrsLeft, 1, kTooManyAttributes)) return;
+    if (!TakeFrom(m_bytesLeft, static_cast<std::int64_t>(valueBytes), kTooMuchText)) return;
+    const std::uint32_t number = InternAttributeName(name);
+    m_tree.Texts().Begin();
+    m_tree.Texts().Append(value, valueBytes);
+    m_tree.AddAttr(element, number, m_tree.Texts().Finish());
+    if (number == m_spaceName) {
+        const std::string_view mode(value, valueBytes);
+        if (mode == "preserve" || mode == "default") frame.keepsBlanks = mode == "preserve";
+    }
+}
+
+std::uint32_t CXmlTreeBuilder::InternAttributeName(const char* name) {
+    CachedName& cached = m_nameCache[(reinterpret_cast<std::uintptr_t>(name) >> 3) % kCachedNameCount];
+    if (cached.bytes == name && std::strcmp(m_tree.Names()[cached.number].bytes.data(), name) == 0) {
+        return cached.number;
+    }
+    cached = {name, m_tree.Names().Intern(name)};
+    return cached.number;
+}
+
+void CXmlTreeBuilder::EndElement(const char*) {
+    CloseText();
+    const Frame& frame = m_frames.back();
+    m_tree.SetChildren(frame.node, m_pending.data() + frame.firstPending, m_pending.size() - frame.firstPending);
+    m_pending.resize(frame.firstPending);
+    m_frames.pop_back();
+}
+
+void CXmlTreeBuilder::CharacterData(const char* bytes, int byteCount) {
+    const std::size_t count = static_cast<std::size_t>(byteCount);
+    if (!TakeFrom(m_bytesLeft, byteCount, kTooMuchText)) return;
+    if (!m_isTextOpen) {
+        m_tree.Texts().Begin();
+        m_isTextOpen = true;
+        m_isTextBlank = !m_frames.back().keepsBlanks;
+    }
+    if (m_isTextBlank) m_isTextBlank = IsBlank(bytes, count);
+    m_tree.Texts().Append(bytes, count);
+}
+
+void CXmlTreeBuilder::CloseText() {
+    if (!m_isTextOpen) return;
+    m_isTextOpen = false;
+    if (!m_isTextBlank) AddTextNode(NODE_TEXT, 0, m_tree.Texts().Finish());
+}
+
+void CXmlTreeBuilder::StartCData() {
+    CloseText();
+    m_tree.Texts().Begin();
+    m_isTextOpen = true;
+    m_isTextBlank = false;
+}
+
+void CXmlTreeBuilder::EndCData() {
+    m_isTextOpen = false;
+    AddTextNode(NODE_CDATA_SECTION, 0, m_tree.Texts().Finish());
+}
+
+void CXmlTreeBuilder::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text) {
+    if (!TakeFrom(m_nodesLeft, 1, kTooManyNodes)) return;
+    m_pending.push_back(m_tree.AddTextNode(type, name, text, m_frames.back().node));
+}
+
+void CXmlTreeBuilder::Comment(const char* bytes) {
+    if (m_isInDoctype) return;
+    CloseText();
+    m_tree.Texts().Begin();
+    m_tree.Texts().Append(bytes, std::strlen(bytes));
+    AddTextNode(NODE_COMMENT, 0, m_tree.Texts().Finish());
+}
+
+void CXmlTreeBuilder::ProcessingInstruction(const char* target, const char* data) {
+    if (m_isInDoctype) return;
+    CloseText();
+    const std::uint32_t name = m_tree.Names().Intern(target);
+    m_tree.Texts().Begin();
+    m_tree.Texts().Append(data, std::strlen(data));
+    AddTextNode(NODE_PROCESSING_INSTRUCTION, name, m_tree.Texts().Finish());
+}
+
+void CXmlTreeBuilder::SkippedEntity(const char* name, int isParameterEntity) {
+    if (isParameterEntity || m_isInDoctype) return;
+    CloseText();
+    const std::uint32_t number = m_tree.Names().Intern(name);
+    m_tree.Texts().Begin();
+    AddTextNode(NODE_ENTITY_REFERENCE, number, m_tree.Texts().Finish());
+}
+
+void CXmlTreeBuilder::EntityDeclaration(const char*, int, const char* value, int valueBytes, const char*, const char*,
+                                        const char*, const char*) {
+    if (!value) return;
+    const std::string_view text(value, static_cast<std::size_t>(valueBytes));
+    bool refersToEntities = text.find('%') != std::string_view::npos;
+    for (std::size_t i = text.find('&'); i != std::string_view::npos && !refersToEntities; i = text.find('&', i + 1)) {
+        refersToEntities = text.substr(i + 1, 1) != "#";
+    }
+    if (refersToEntities && --m_nestingEntitiesLeft < 0) Stop(kTooManyEntities);
+}
+
+bool CXmlTreeBuilder::TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason) {
+    rest -= amount;
+    if (rest >= 0) [[likely]] return true;
+    Stop(reason);
+    return false;
+}
+
+// The parser may still report a thing or two on its way out; Handle drops them.
+void CXmlTreeBuilder::Stop(const char* reason) {
+    if (m_isStopped) return;
+    m_isStopped = true;
+    m_stopReason = reason;
+    XML_StopParser(m_parser, XML_FALSE);
+}

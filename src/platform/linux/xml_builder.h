@@ -1,0 +1,88 @@
+// Builds the tree from what the parser reports.
+//
+// What the parser itself does not bound is bounded here, against small files that unfold to large trees: the number of
+// nodes and attributes, the amount of text, and how deeply entities may refer to each other. Passing a bound stops the
+// parser like any fault of the file. Nothing outside the file is ever read: a reference to an external entity becomes a
+// node of its own.
+#pragma once
+
+#include <expat.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/linux/xml_tree.h"
+
+class CXmlTreeBuilder {
+public:
+    /// `tree` is empty and `parser` fresh; `sourceBytes` is the size of the XML in UTF-8.
+    CXmlTreeBuilder(CXmlTree& tree, XML_Parser parser, std::size_t sourceBytes);
+    CXmlTreeBuilder(const CXmlTreeBuilder&) = delete;
+    CXmlTreeBuilder& operator=(const CXmlTreeBuilder&) = delete;
+
+    /// To be called when the parser is through.
+    void Finish();
+
+    /// Why the parser was stopped from here: a sentence, or null.
+    const char* StopReason() const { return m_stopReason; }
+    bool IsOutOfMemory() const { return m_isOutOfMemory; }
+
+    /// The innermost element that is open, or null.
+    const XmlName* OpenElement() const;
+
+private:
+    struct Frame {
+        XmlNodeId node;
+        std::uint32_t firstPending;
+        bool keepsBlanks;  // xml:space="preserve" is in force
+    };
+    struct CachedName {
+        const char* bytes;
+        std::uint32_t number;
+    };
+    static constexpr std::size_t kCachedNameCount = 256;
+
+    template <auto operation, class... Arguments>
+    static void XMLCALL Handle(void* builder, Arguments... arguments) noexcept;
+    static int XMLCALL HandleExternalEntity(XML_Parser builder, const char* context, const char*, const char*,
+                                            const char*) noexcept;
+
+    void StartElement(const char* name, const char** attributes);
+    void EndElement(const char*);
+    void CharacterData(const char* bytes, int byteCount);
+    void StartCData();
+    void EndCData();
+    void Comment(const char* bytes);
+    void ProcessingInstruction(const char* target, const char* data);
+    void StartDoctype(const char*, const char*, const char*, int) { m_isInDoctype = true; }
+    void EndDoctype() { m_isInDoctype = false; }
+    void EntityDeclaration(const char*, int, const char* value, int valueBytes, const char*, const char*, const char*,
+                           const char*);
+    void SkippedEntity(const char* name, int isParameterEntity);
+
+    void CloseText();
+    void AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text);
+    void AddAttribute(XmlNode& element, const char* name, const char* value, Frame& frame);
+    std::uint32_t InternAttributeName(const char* name);
+    bool TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason);
+    void Stop(const char* reason);
+
+    CXmlTree& m_tree;
+    XML_Parser m_parser;
+    std::vector<Frame> m_frames;        // the document and the open elements
+    std::vector<XmlNodeId> m_pending;   // children of open elements, the innermost element's last
+    bool m_isTextOpen = false;          // in the tree's arena
+    bool m_isTextBlank = false;         // and so far holds nothing but white space that may be dropped
+    bool m_isInCData = false;
+    bool m_isInDoctype = false;
+    bool m_isStopped = false;
+    bool m_isOutOfMemory = false;
+    const char* m_stopReason = nullptr;
+    std::int64_t m_nodesLeft;
+    std::int64_t m_attrsLeft;
+    std::int64_t m_bytesLeft;           // of texts and attribute values, in UTF-8
+    int m_nestingEntitiesLeft;
+    std::uint32_t m_spaceName;          // xml:space
+    // The parser keeps one copy of each attribute's name: its address finds our number without hashing.
+    CachedName m_nameCache[kCachedNameCount] = {};
+};

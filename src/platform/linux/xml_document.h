@@ -1,0 +1,109 @@
+// The document object behind IXMLDOMDocument2: owns the tree, the free list of node objects and the last parse error.
+#pragma once
+
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/xml_editor.h"
+#include "platform/linux/xml_faces.h"
+#include "platform/linux/xml_reader.h"
+#include "platform/linux/xml_tree.h"
+
+/// Nothing is thrown at a caller: what runs out of memory says so.
+template <class Operation>
+HRESULT Guarded(Operation operation) noexcept {
+    try {
+        return operation();
+    } catch (...) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+class CXmlDocument final : public IXMLDOMDocument2 {
+public:
+    CXmlDocument();
+
+    CXmlTree& Tree() { return *m_tree; }
+    CXmlTreeEditor& Editor();
+    /// False for a loaded document, which is not edited.
+    bool MayEdit() const { return !m_isLoaded; }
+
+    /// A new node object with one reference, which holds one on this document; null when memory runs out.
+    template <class Face, class... Arguments>
+    Face* MakeFace(Arguments&&... arguments);
+    /// The node as the interface that its type has.
+    IXMLDOMNode* MakeNodeFace(XmlNodeId id);
+    /// Takes a node object back, and its reference on this document.
+    void Recycle(void* face);
+
+    HRESULT AppendTo(XmlNodeId parent, IXMLDOMNode* child, IXMLDOMNode** appended);
+
+    HRESULT QueryInterface(const IID& iid, void** out) override;
+    ULONG AddRef() override { return ++m_references; }
+    ULONG Release() override;
+    HRESULT get_nodeName(BSTR* name) override;
+    HRESULT get_nodeValue(VARIANT* value) override;
+    HRESULT get_nodeType(DOMNodeType* type) override;
+    HRESULT get_childNodes(IXMLDOMNodeList** children) override;
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;
+    HRESULT appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override;
+    HRESULT put_nodeTypedValue(VARIANT value) override;
+    HRESULT get_documentElement(IXMLDOMElement** element) override;
+    HRESULT createElement(BSTR name, IXMLDOMElement** element) override;
+    HRESULT createTextNode(BSTR text, IXMLDOMText** node) override;
+    HRESULT createCDATASection(BSTR text, IXMLDOMCDATASection** node) override;
+    HRESULT createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) override;
+    HRESULT load(VARIANT path, VARIANT_BOOL* done) override;
+    HRESULT get_parseError(IXMLDOMParseError** error) override;
+    HRESULT put_async(VARIANT_BOOL async) override;
+    HRESULT save(VARIANT path) override;
+
+private:
+    ~CXmlDocument() = default;
+
+    // Room for any node object, or a link of the free list.
+    union FaceSlot {
+        FaceSlot* next;
+        alignas(CElementFace) unsigned char element[sizeof(CElementFace)];
+        alignas(CTextFace) unsigned char text[sizeof(CTextFace)];
+        alignas(CInstructionFace) unsigned char instruction[sizeof(CInstructionFace)];
+        alignas(CAttrFace) unsigned char attr[sizeof(CAttrFace)];
+    };
+    bool AddFreeFaces();
+    template <class Face, class Interface>
+    HRESULT HandOut(XmlNodeId id, Interface** out);
+    template <class Face, class Interface, class Operation>
+    HRESULT Create(Interface** out, Operation operation);
+
+    ULONG m_references = 0;  // of node objects too
+    bool m_isLoaded = false;
+    std::unique_ptr<CXmlTree> m_tree;
+    std::unique_ptr<CXmlTreeEditor> m_editor;  // when something has been built by hand
+    std::unique_ptr<XmlFault> m_fault;  // of the last load, or null
+    FaceSlot* m_freeFaces = nullptr;
+    std::vector<std::unique_ptr<FaceSlot[]>> m_faceSlabs;
+};
+
+template <class Face, class... Arguments>
+Face* CXmlDocument::MakeFace(Arguments&&... arguments) {
+    if (!m_freeFaces && !AddFreeFaces()) return nullptr;
+    FaceSlot* slot = m_freeFaces;
+    m_freeFaces = slot->next;
+    ++m_references;
+    return new (slot) Face(*this, std::forward<Arguments>(arguments)...);
+}
+
+inline void CXmlDocument::Recycle(void* face) {
+    FaceSlot* slot = static_cast<FaceSlot*>(face);
+    slot->next = m_freeFaces;
+    m_freeFaces = slot;
+    Release();
+}
+
+inline ULONG CXmlDocument::Release() {
+    const ULONG left = --m_references;
+    if (left == 0) delete this;
+    return left;
+}

@@ -1,0 +1,238 @@
+#include "platform/linux/xml_dom.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "platform/linux/xml_document.h"
+#include "platform/linux/xml_writer.h"
+
+namespace {
+
+constexpr std::size_t kFacesPerSlab = 128;
+
+TextView ViewOf(BSTR text) {
+    return TextView(text, SysStringLen(text));
+}
+
+LONG Saturated(std::uint64_t number) {
+    return static_cast<LONG>(std::min<std::uint64_t>(number, std::numeric_limits<LONG>::max()));
+}
+
+// What was wrong with the last load, as it stood when it was asked for.
+class CXmlParseError final : public IXMLDOMParseError {
+public:
+    explicit CXmlParseError(const XmlFault& fault) : m_fault(fault) {}
+
+    HRESULT QueryInterface(const IID& iid, void** out) override {
+        const bool isKnown = iid == IID_IUnknown || iid == IID_IXMLDOMParseError;
+        *out = isKnown ? this : nullptr;
+        if (isKnown) AddRef();
+        return isKnown ? S_OK : E_NOINTERFACE;
+    }
+    ULONG AddRef() override { return ++m_references; }
+    ULONG Release() override {
+        const ULONG left = --m_references;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    HRESULT get_reason(BSTR* reason) override { return CopyOut(m_fault.reason, reason); }
+    HRESULT get_srcText(BSTR* text) override { return CopyOut(m_fault.sourceLine, text); }
+    HRESULT get_line(LONG* line) override { return NumberOut(m_fault.line, line); }
+    HRESULT get_linepos(LONG* position) override { return NumberOut(m_fault.column, position); }
+    HRESULT get_filepos(LONG* position) override { return NumberOut(m_fault.byteOffset, position); }
+
+private:
+    ~CXmlParseError() = default;
+
+    static HRESULT CopyOut(const Text& text, BSTR* out) {
+        *out = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+        return *out ? S_OK : E_OUTOFMEMORY;
+    }
+    static HRESULT NumberOut(std::uint64_t number, LONG* out) {
+        *out = Saturated(number);
+        return S_OK;
+    }
+
+    XmlFault m_fault;
+    ULONG m_references = 1;
+};
+
+}  // namespace
+
+HRESULT CreateXmlDocumentObject(REFIID iid, void** out) {
+    return Guarded([&] {
+        CXmlDocument* document = new CXmlDocument;
+        document->AddRef();
+        const HRESULT result = document->QueryInterface(iid, out);
+        document->Release();
+        return result;
+    });
+}
+
+CXmlDocument::CXmlDocument() : m_tree(std::make_unique<CXmlTree>()) {}
+
+CXmlTreeEditor& CXmlDocument::Editor() {
+    if (!m_editor) m_editor = std::make_unique<CXmlTreeEditor>(*m_tree);
+    return *m_editor;
+}
+
+bool CXmlDocument::AddFreeFaces() {
+    return SUCCEEDED(Guarded([this] {
+        auto slab = std::make_unique_for_overwrite<FaceSlot[]>(kFacesPerSlab);
+        FaceSlot* slots = slab.get();
+        m_faceSlabs.push_back(std::move(slab));
+        for (std::size_t i = 0; i < kFacesPerSlab; ++i) {
+            slots[i].next = m_freeFaces;
+            m_freeFaces = slots + i;
+        }
+        return S_OK;
+    }));
+}
+
+IXMLDOMNode* CXmlDocument::MakeNodeFace(XmlNodeId id) {
+    switch (m_tree->Node(id).Type()) {
+        case NODE_ELEMENT: return MakeFace<CElementFace>(id);
+        case NODE_TEXT:
+        case NODE_CDATA_SECTION: return MakeFace<CTextFace>(id);
+        default: return MakeFace<CInstructionFace>(id);
+    }
+}
+
+// The new node as its interface; null tells of memory that ran out.
+template <class Face, class Interface>
+HRESULT CXmlDocument::HandOut(XmlNodeId id, Interface** out) {
+    *out = MakeFace<Face>(id);
+    return *out ? S_OK : E_OUTOFMEMORY;
+}
+
+template <class Face, class Interface, class Operation>
+HRESULT CXmlDocument::Create(Interface** out, Operation operation) {
+    *out = nullptr;
+    if (!MayEdit()) return E_NOTIMPL;
+    return Guarded([&] {
+        XmlNodeId id = kNoXmlNode;
+        const HRESULT result = operation(id);
+        return SUCCEEDED(result) ? HandOut<Face>(id, out) : result;
+    });
+}
+
+HRESULT CXmlDocument::AppendTo(XmlNodeId parent, IXMLDOMNode* child, IXMLDOMNode** appended) {
+    if (appended) *appended = nullptr;
+    if (!child) return E_INVALIDARG;
+    if (!MayEdit()) return E_NOTIMPL;
+    void* found = nullptr;
+    if (FAILED(child->QueryInterface(kIidXmlFace, &found))) return E_INVALIDARG;
+    child->Release();
+    const XmlFace& face = *static_cast<XmlFace*>(found);
+    if (face.document != this) return E_INVALIDARG;
+    const HRESULT result = Guarded([&] { return Editor().Append(parent, face.id); });
+    if (SUCCEEDED(result) && appended) {
+        child->AddRef();
+        *appended = child;
+    }
+    return result;
+}
+
+HRESULT CXmlDocument::QueryInterface(const IID& iid, void** out) {
+    const bool isKnown = iid == IID_IUnknown || iid == IID_IXMLDOMNode || iid == IID_IXMLDOMDocument ||
+                         iid == IID_IXMLDOMDocument2;
+    *out = isKnown ? static_cast<IXMLDOMDocument2*>(this) : nullptr;
+    if (isKnown) AddRef();
+    return isKnown ? S_OK : E_NOINTERFACE;
+}
+
+HRESULT CXmlDocument::get_nodeName(BSTR* name) {
+    *name = XmlNodeNameOf(*m_tree, m_tree->Node(kXmlDocumentNode));
+    return S_OK;
+}
+
+HRESULT CXmlDocument::get_nodeValue(VARIANT* value) {
+    return XmlNodeValueOf(m_tree->Node(kXmlDocumentNode), value);
+}
+
+HRESULT CXmlDocument::get_nodeType(DOMNodeType* type) {
+    *type = NODE_DOCUMENT;
+    return S_OK;
+}
+
+HRESULT CXmlDocument::get_childNodes(IXMLDOMNodeList** children) {
+    *children = nullptr;
+    CInstructionFace* face = MakeFace<CInstructionFace>(kXmlDocumentNode);
+    if (!face) return E_OUTOFMEMORY;
+    *children = face;
+    return S_OK;
+}
+
+HRESULT CXmlDocument::get_attributes(IXMLDOMNamedNodeMap** attributes) {
+    *attributes = nullptr;
+    return S_FALSE;
+}
+
+HRESULT CXmlDocument::appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) {
+    return AppendTo(kXmlDocumentNode, child, appended);
+}
+
+HRESULT CXmlDocument::put_nodeTypedValue(VARIANT) {
+    return E_NOTIMPL;
+}
+
+HRESULT CXmlDocument::get_documentElement(IXMLDOMElement** element) {
+    *element = nullptr;
+    const XmlNodeId id = m_tree->DocumentElement();
+    return id == kNoXmlNode ? S_FALSE : HandOut<CElementFace>(id, element);
+}
+
+HRESULT CXmlDocument::createElement(BSTR name, IXMLDOMElement** element) {
+    return Create<CElementFace>(element, [&](XmlNodeId& id) { return Editor().CreateElement(ViewOf(name), id); });
+}
+
+HRESULT CXmlDocument::createTextNode(BSTR text, IXMLDOMText** node) {
+    return Create<CTextFace>(node, [&](XmlNodeId& id) { return Editor().CreateText(NODE_TEXT, ViewOf(text), id); });
+}
+
+HRESULT CXmlDocument::createCDATASection(BSTR text, IXMLDOMCDATASection** node) {
+    return Create<CTextFace>(
+        node, [&](XmlNodeId& id) { return Editor().CreateText(NODE_CDATA_SECTION, ViewOf(text), id); });
+}
+
+HRESULT CXmlDocument::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) {
+    return Create<CInstructionFace>(
+        node, [&](XmlNodeId& id) { return Editor().CreateInstruction(ViewOf(target), ViewOf(data), id); });
+}
+
+HRESULT CXmlDocument::load(VARIANT path, VARIANT_BOOL* done) {
+    if (done) *done = VARIANT_FALSE;
+    if (path.vt != VT_BSTR) return E_INVALIDARG;
+    if (m_isLoaded || m_tree->NodeCount() > 1) return E_UNEXPECTED;
+    return Guarded([&] {
+        m_isLoaded = true;
+        m_editor.reset();
+        XmlFault fault;
+        const bool isRead = ReadXmlFile(path.bstrVal, *m_tree, fault);
+        if (!isRead) {
+            // Half a tree is of no use to anybody.
+            m_tree = std::make_unique<CXmlTree>();
+            m_fault = std::make_unique<XmlFault>(std::move(fault));
+        }
+        if (done) *done = isRead ? VARIANT_TRUE : VARIANT_FALSE;
+        return isRead ? S_OK : S_FALSE;
+    });
+}
+
+HRESULT CXmlDocument::get_parseError(IXMLDOMParseError** error) {
+    *error = nullptr;
+    return Guarded([&] {
+        *error = new CXmlParseError(m_fault ? *m_fault : XmlFault());
+        return S_OK;
+    });
+}
+
+HRESULT CXmlDocument::put_async(VARIANT_BOOL) {
+    return S_OK;
+}
+
+HRESULT CXmlDocument::save(VARIANT path) {
+    if (path.vt != VT_BSTR) return E_INVALIDARG;
+    return Guarded([&] { return WriteXmlFile(path.bstrVal, *m_tree) ? S_OK : E_FAIL; });
+}

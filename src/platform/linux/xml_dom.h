@@ -1,0 +1,18 @@
+// The XML document object: the COM face of the tree (platform/xmldom.h).
+//
+// Loading. White-space-only text is dropped unless xml:space="preserve" is in force. Entities of the internal subset and
+// character references become text; adjacent text is one node; CDATA sections stay apart, empty ones too; comments and
+// processing instructions are nodes and part a text in two; so does an entity that is declared outside the file or not
+// at all, which becomes an entity reference node without children: nothing outside the file is ever read. Attributes
+// come in source order, those with default values last. A document loads once.
+//
+// Interface pointers to nodes are small objects made on request; each holds a reference on its document. The strings
+// that get_nodeName and get_nodeValue give are the tree's own: they live as long as the document.
+//
+// Nothing recurses per tree level, and nothing throws.
+#pragma once
+
+#include "platform/com.h"
+
+/// Makes an empty document and asks it for an interface.
+HRESULT CreateXmlDocumentObject(REFIID iid, void** out);

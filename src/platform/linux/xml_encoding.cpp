@@ -1,0 +1,220 @@
+#include "platform/linux/xml_encoding.h"
+
+#include <iconv.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <string_view>
+
+namespace {
+
+struct NamedEncoding {
+    const char* xmlName;    // in lower case
+    const char* iconvName;  // null: UTF-8; empty: units of two or four bytes
+};
+
+constexpr NamedEncoding kEncodings[] = {
+    {"utf-8", nullptr},
+    {"utf8", nullptr},
+    {"us-ascii", "US-ASCII"},
+    {"ascii", "US-ASCII"},
+    {"utf-16", ""},
+    {"utf-16le", ""},
+    {"utf-16be", ""},
+    {"iso-10646-ucs-2", ""},
+    {"ucs-2", ""},
+    {"utf-32", ""},
+    {"utf-32le", ""},
+    {"utf-32be", ""},
+    {"iso-10646-ucs-4", ""},
+    {"ucs-4", ""},
+    {"gb2312", "CP936"},
+    {"gbk", "CP936"},
+    {"cp936", "CP936"},
+    {"gb18030", "GB18030"},
+    {"big5", "CP950"},
+    {"big5-hkscs", "BIG5-HKSCS"},
+    {"shift_jis", "CP932"},
+    {"shift-jis", "CP932"},
+    {"x-sjis", "CP932"},
+    {"windows-31j", "CP932"},
+    {"euc-jp", "EUC-JP"},
+    {"iso-2022-jp", "ISO-2022-JP"},
+    {"euc-kr", "UHC"},
+    {"ks_c_5601-1987", "UHC"},
+    {"iso-2022-kr", "ISO-2022-KR"},
+    {"koi8-r", "KOI8-R"},
+    {"koi8-u", "KOI8-U"},
+    {"tis-620", "CP874"},
+    {"windows-874", "CP874"},
+    {"windows-1250", "CP1250"},
+    {"windows-1251", "CP1251"},
+    {"windows-1252", "CP1252"},
+    {"windows-1253", "CP1253"},
+    {"windows-1254", "CP1254"},
+    {"windows-1255", "CP1255"},
+    {"windows-1256", "CP1256"},
+    {"windows-1257", "CP1257"},
+    {"windows-1258", "CP1258"},
+    {"latin1", "ISO-8859-1"},
+    {"iso-8859-1", "ISO-8859-1"},
+    {"iso-8859-2", "ISO-8859-2"},
+    {"iso-8859-3", "ISO-8859-3"},
+    {"iso-8859-4", "ISO-8859-4"},
+    {"iso-8859-5", "ISO-8859-5"},
+    {"iso-8859-6", "ISO-8859-6"},
+    {"iso-8859-7", "ISO-8859-7"},
+    {"iso-8859-8", "ISO-8859-8"},
+    {"iso-8859-9", "ISO-8859-9"},
+    {"iso-8859-10", "ISO-8859-10"},
+    {"iso-8859-11", "ISO-8859-11"},
+    {"iso-8859-13", "ISO-8859-13"},
+    {"iso-8859-14", "ISO-8859-14"},
+    {"iso-8859-15", "ISO-8859-15"},
+    {"iso-8859-16", "ISO-8859-16"},
+};
+
+struct Signature {
+    std::string_view bytes;
+    std::size_t markBytes;
+    const char* iconvName;  // null: UTF-8
+};
+
+// The longer ones of two that start alike come first.
+constexpr Signature kSignatures[] = {
+    {std::string_view("\xEF\xBB\xBF", 3), 3, nullptr},
+    {std::string_view("\xFF\xFE\0\0", 4), 4, "UTF-32LE"},
+    {std::string_view("\0\0\xFE\xFF", 4), 4, "UTF-32BE"},
+    {std::string_view("\xFF\xFE", 2), 2, "UTF-16LE"},
+    {std::string_view("\xFE\xFF", 2), 2, "UTF-16BE"},
+    {std::string_view("<\0\0\0", 4), 0, "UTF-32LE"},
+    {std::string_view("\0\0\0<", 4), 0, "UTF-32BE"},
+    {std::string_view("<\0", 2), 0, "UTF-16LE"},
+    {std::string_view("\0<", 2), 0, "UTF-16BE"},
+};
+
+bool IsBlank(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+}
+
+// Finds the encoding's name in an XML declaration; its syntax is the parser's matter.
+std::string_view DeclaredEncoding(std::string_view head) {
+    constexpr std::string_view kOpening = "<?xml";
+    constexpr std::string_view kKey = "encoding";
+    if (!head.starts_with(kOpening) || head.size() == kOpening.size() || !IsBlank(head[kOpening.size()])) return {};
+    head = head.substr(0, head.find("?>"));
+    const std::size_t key = head.find(kKey);
+    if (key == std::string_view::npos || !IsBlank(head[key - 1])) return {};
+    std::size_t i = key + kKey.size();
+    const auto skipBlanks = [&] {
+        while (i < head.size() && IsBlank(head[i])) ++i;
+    };
+    skipBlanks();
+    if (i == head.size() || head[i] != '=') return {};
+    ++i;
+    skipBlanks();
+    if (i == head.size() || (head[i] != '"' && head[i] != '\'')) return {};
+    const std::size_t end = head.find(head[i], i + 1);
+    return end == std::string_view::npos ? std::string_view() : head.substr(i + 1, end - i - 1);
+}
+
+// An open conversion to UTF-8.
+class CConverter {
+public:
+    explicit CConverter(const char* from) : m_handle(iconv_open("UTF-8", from)) {}
+    CConverter(const CConverter&) = delete;
+    CConverter& operator=(const CConverter&) = delete;
+    ~CConverter() {
+        if (IsOpen()) iconv_close(m_handle);
+    }
+
+    bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
+
+    /// 0, or what stopped it.
+    int Run(const char*& source, std::size_t& sourceBytes, char*& target, std::size_t& targetBytes) {
+        char* from = const_cast<char*>(source);  // iconv's signature; it does not write there
+        const bool done = iconv(m_handle, &from, &sourceBytes, &target, &targetBytes) != static_cast<std::size_t>(-1);
+        source = from;
+        return done ? 0 : errno;
+    }
+
+private:
+    iconv_t m_handle;
+};
+
+}  // namespace
+
+XmlEncoding DetectXmlEncoding(const char* head, std::size_t byteCount) {
+    const std::string_view bytes(head, std::min(byteCount, kXmlEncodingHeadBytes));
+    XmlEncoding encoding;
+    for (const Signature& signature : kSignatures) {
+        if (!bytes.starts_with(signature.bytes)) continue;
+        encoding.markBytes = signature.markBytes;
+        encoding.iconvName = signature.iconvName;
+        encoding.kind = signature.iconvName ? XmlEncoding::Kind::kConverted : XmlEncoding::Kind::kUtf8;
+        return encoding;
+    }
+    const std::string_view declared = DeclaredEncoding(bytes);
+    if (declared.empty()) return encoding;
+    encoding.declaredName = declared;
+    encoding.declaredOffset = static_cast<std::size_t>(declared.data() - head);
+    std::string name(declared);
+    for (char& c : name) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+    }
+    encoding.kind = XmlEncoding::Kind::kUnknown;
+    for (const NamedEncoding& known : kEncodings) {
+        if (name != known.xmlName) continue;
+        encoding.iconvName = known.iconvName;
+        encoding.kind = !known.iconvName    ? XmlEncoding::Kind::kUtf8
+                        : *known.iconvName ? XmlEncoding::Kind::kConverted
+                                           : XmlEncoding::Kind::kOtherWidth;
+    }
+    return encoding;
+}
+
+bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
+                      std::size_t& badOffset) {
+    badOffset = 0;
+    CConverter converter(encoding.iconvName);
+    if (!converter.IsOpen()) return false;
+    const char* source = bytes + encoding.markBytes;
+    std::size_t sourceBytes = byteCount - encoding.markBytes;
+    std::size_t capacity = byteCount + byteCount / 2 + 64;
+    utf8.bytes = std::make_unique_for_overwrite<char[]>(capacity);
+    utf8.size = 0;
+    while (true) {
+        char* target = utf8.bytes.get() + utf8.size;
+        std::size_t room = capacity - utf8.size;
+        const int stop = converter.Run(source, sourceBytes, target, room);
+        utf8.size = capacity - room;
+        if (stop == 0) return true;
+        if (stop != E2BIG) break;
+        XmlBytes larger = {std::make_unique_for_overwrite<char[]>(capacity * 2), utf8.size};
+        std::memcpy(larger.bytes.get(), utf8.bytes.get(), utf8.size);
+        utf8 = std::move(larger);
+        capacity *= 2;
+    }
+    badOffset = static_cast<std::size_t>(source - bytes);
+    return false;
+}
+
+std::size_t SourceOffsetOf(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount,
+                           std::size_t utf8Offset) {
+    CConverter converter(encoding.iconvName);
+    if (!converter.IsOpen()) return 0;
+    const char* source = bytes + encoding.markBytes;
+    std::size_t sourceBytes = byteCount - encoding.markBytes;
+    char sink[4096];
+    while (utf8Offset > 0) {
+        char* target = sink;
+        std::size_t room = std::min(utf8Offset, sizeof(sink));
+        const std::size_t offered = room;
+        converter.Run(source, sourceBytes, target, room);
+        if (room == offered) break;
+        utf8Offset -= offered - room;
+    }
+    return static_cast<std::size_t>(source - bytes);
+}

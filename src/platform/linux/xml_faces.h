@@ -1,0 +1,114 @@
+// The interface objects of nodes: small, made on request, kept on a free list of their document.
+//
+// One object serves as node, as list of its children and as map of its attributes, so that asking for these costs no
+// object; which makes IUnknown identity of the three the same.
+#pragma once
+
+#include <type_traits>
+
+#include "platform/linux/xml_tree.h"
+#include "platform/xmldom.h"
+
+class CXmlDocument;
+
+/// What our own code finds behind any node's interface: ask for kIidXmlFace.
+struct XmlFace {
+    CXmlDocument* document;
+    XmlNode* node;
+    XmlNodeId id;
+    ULONG references;
+};
+
+/// {6B2C1F0E-54A9-4D0C-9A66-1B0C7E3D9F41}
+inline constexpr IID kIidXmlFace = {
+    0x6B2C1F0E, 0x54A9, 0x4D0C, {0x9A, 0x66, 0x1B, 0x0C, 0x7E, 0x3D, 0x9F, 0x41}};
+
+/// Name and value of a node as its object gives them: the tree's own strings, but for a text that is shared.
+BSTR XmlNodeNameOf(const CXmlTree& tree, const XmlNode& node);
+HRESULT XmlNodeValueOf(const XmlNode& node, VARIANT* value);
+
+/// The list of children that a node's object also is.
+template <class Face>
+class CChildListPart : public IXMLDOMNodeList {
+public:
+    HRESULT get_item(LONG index, IXMLDOMNode** item) final;
+    HRESULT get_length(LONG* length) final;
+
+protected:
+    ~CChildListPart() = default;
+};
+
+/// The map of attributes that a node's object also is.
+template <class Face>
+class CAttrMapPart : public IXMLDOMNamedNodeMap {
+public:
+    HRESULT get_item(LONG index, IXMLDOMNode** item) final;
+    HRESULT get_length(LONG* length) final;
+
+protected:
+    ~CAttrMapPart() = default;
+};
+
+/// A node as one of the node interfaces.
+template <class Interface>
+class CNodeFace : public Interface,
+                  public CChildListPart<CNodeFace<Interface>>,
+                  public CAttrMapPart<CNodeFace<Interface>>,
+                  public XmlFace {
+public:
+    CNodeFace(CXmlDocument& owner, XmlNodeId nodeId);
+
+    HRESULT QueryInterface(const IID& iid, void** out) final;
+    ULONG AddRef() final { return ++references; }
+    ULONG Release() final;
+    HRESULT get_nodeName(BSTR* name) final;
+    HRESULT get_nodeValue(VARIANT* value) final;
+    HRESULT get_nodeType(DOMNodeType* type) final;
+    HRESULT get_childNodes(IXMLDOMNodeList** children) final;
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) final;
+    HRESULT appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) final;
+    HRESULT put_nodeTypedValue(VARIANT value) final;
+
+protected:
+    ~CNodeFace() = default;
+};
+
+class CElementFace final : public CNodeFace<IXMLDOMElement> {
+public:
+    using CNodeFace::CNodeFace;
+    HRESULT setAttribute(BSTR name, VARIANT value) override;
+};
+
+/// Texts and CDATA sections.
+class CTextFace final : public CNodeFace<IXMLDOMCDATASection> {
+public:
+    using CNodeFace::CNodeFace;
+};
+
+/// Processing instructions; comments and references too, which have no interface of their own here.
+class CInstructionFace final : public CNodeFace<IXMLDOMProcessingInstruction> {
+public:
+    using CNodeFace::CNodeFace;
+};
+
+/// An attribute. It has neither children nor attributes to show.
+class CAttrFace final : public IXMLDOMNode {
+public:
+    CAttrFace(CXmlDocument& owner, const XmlAttr& attr) : m_document(owner), m_attr(attr) {}
+
+    HRESULT QueryInterface(const IID& iid, void** out) override;
+    ULONG AddRef() override { return ++m_references; }
+    ULONG Release() override;
+    HRESULT get_nodeName(BSTR* name) override;
+    HRESULT get_nodeValue(VARIANT* value) override;
+    HRESULT get_nodeType(DOMNodeType* type) override;
+    HRESULT get_childNodes(IXMLDOMNodeList**) override { return E_NOTIMPL; }
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) override;
+    HRESULT appendChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
+    HRESULT put_nodeTypedValue(VARIANT) override { return E_NOTIMPL; }
+
+private:
+    CXmlDocument& m_document;
+    const XmlAttr& m_attr;
+    ULONG m_references = 1;
+};

@@ -1,0 +1,203 @@
+#include "platform/linux/xml_reader.h"
+
+#include <expat.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "platform/file.h"
+#include "platform/linux/xml_builder.h"
+#include "platform/linux/xml_encoding.h"
+
+namespace {
+
+// Up to here a file of UTF-8 is read straight into the parser's own buffer and parsed in one piece: each piece more
+// costs the parser a pass to count lines, and another buffer a copy.
+constexpr std::int64_t kMostBytesInOnePiece = std::int64_t{1} << 30;
+// The parser takes at most 2 GiB at a time.
+constexpr std::size_t kPieceBytes = std::size_t{512} << 20;
+
+constexpr std::size_t kFirstReadBytes = 64 * 1024;
+
+struct ParserDeleter {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+using ParserOwner = std::unique_ptr<XML_ParserStruct, ParserDeleter>;
+
+Text TextOf(std::string_view utf8) {
+    return Utf8ForDisplay(utf8.data(), utf8.size());
+}
+
+// Finds line and column of a place in UTF-8, and shows its line.
+void SetPlace(XmlFault& fault, std::string_view utf8, std::size_t offset) {
+    offset = std::min(offset, utf8.size());
+    std::size_t lineStart = 0;
+    fault.line = 1;
+    for (std::size_t i = 0; i < offset; ++i) {
+        const bool endsLine = utf8[i] == '\n' || (utf8[i] == '\r' && utf8.substr(i + 1, 1) != "\n");
+        if (!endsLine) continue;
+        ++fault.line;
+        lineStart = i + 1;
+    }
+    fault.column = 1;
+    for (std::size_t i = lineStart; i < offset; ++i) {
+        if ((static_cast<unsigned char>(utf8[i]) & 0xC0) != 0x80) ++fault.column;
+    }
+    const std::size_t lineEnd = std::min(utf8.find_first_of("\r\n", offset), utf8.size());
+    fault.sourceLine = TextOf(utf8.substr(lineStart, lineEnd - lineStart));
+}
+
+// One load, from the file's bytes to the tree.
+class CXmlReader {
+public:
+    CXmlReader(CXmlTree& tree, XmlFault& fault) : m_tree(tree), m_fault(fault) {}
+
+    bool Read(const WCHAR* path);
+
+private:
+    bool ReadHead(CInputFile& file);
+    bool ReadRest(CInputFile& file, char* bytes, std::size_t capacity);
+    bool ReadToEnd(CInputFile& file);
+    bool ParseDirect(CInputFile& file, std::size_t size);
+    bool ParseUtf8();
+    bool ParseConverted();
+    bool Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8);
+    bool FailUnreadable();
+    bool FailEncoding();
+
+    CXmlTree& m_tree;
+    XmlFault& m_fault;
+    XmlEncoding m_encoding;
+    char m_head[kXmlEncodingHeadBytes] = {};
+    std::size_t m_headBytes = 0;
+    XmlBytes m_source;  // the whole file, unless it is parsed where it is read
+};
+
+bool CXmlReader::Read(const WCHAR* path) {
+    CInputFile file;
+    if (!file.Open(path) || !ReadHead(file)) return FailUnreadable();
+    m_encoding = DetectXmlEncoding(m_head, m_headBytes);
+    if (m_encoding.kind == XmlEncoding::Kind::kUnknown || m_encoding.kind == XmlEncoding::Kind::kOtherWidth) {
+        return FailEncoding();
+    }
+    const std::int64_t size = file.Size();
+    if (m_encoding.kind == XmlEncoding::Kind::kUtf8 && size > 0 && size <= kMostBytesInOnePiece) {
+        return ParseDirect(file, std::max(static_cast<std::size_t>(size), m_headBytes));
+    }
+    if (!ReadToEnd(file)) return FailUnreadable();
+    return m_encoding.kind == XmlEncoding::Kind::kUtf8 ? ParseUtf8() : ParseConverted();
+}
+
+bool CXmlReader::ReadHead(CInputFile& file) {
+    const std::int64_t got = file.Read(m_head, sizeof(m_head));
+    m_headBytes = got > 0 ? static_cast<std::size_t>(got) : 0;
+    return got >= 0;
+}
+
+bool CXmlReader::ReadToEnd(CInputFile& file) {
+    const std::int64_t size = file.Size();
+    std::size_t capacity = std::max(kFirstReadBytes, static_cast<std::size_t>(size > 0 ? size + 1 : 0));
+    m_source = {std::make_unique_for_overwrite<char[]>(capacity), m_headBytes};
+    std::memcpy(m_source.bytes.get(), m_head, m_headBytes);
+    while (true) {
+        const std::int64_t got = file.Read(m_source.bytes.get() + m_source.size, capacity - m_source.size);
+        if (got < 0) return false;
+        m_source.size += static_cast<std::size_t>(got);
+        if (m_source.size < capacity) return true;
+        XmlBytes larger = {std::make_unique_for_overwrite<char[]>(capacity * 2), m_source.size};
+        std::memcpy(larger.bytes.get(), m_source.bytes.get(), m_source.size);
+        m_source = std::move(larger);
+        capacity *= 2;
+    }
+}
+
+bool CXmlReader::ParseDirect(CInputFile& file, std::size_t size) {
+    const ParserOwner parser(XML_ParserCreate("UTF-8"));
+    char* bytes = parser ? static_cast<char*>(XML_GetBuffer(parser.get(), static_cast<int>(size))) : nullptr;
+    if (!bytes) throw std::bad_alloc();
+    std::memcpy(bytes, m_head, m_headBytes);
+    const std::int64_t got = file.Read(bytes + m_headBytes, size - m_headBytes);
+    if (got < 0) return FailUnreadable();
+    size = m_headBytes + static_cast<std::size_t>(got);
+    CXmlTreeBuilder builder(m_tree, parser.get(), size);
+    const bool isWhole = XML_ParseBuffer(parser.get(), static_cast<int>(size), XML_TRUE) == XML_STATUS_OK;
+    return Finish(builder, parser.get(), isWhole, std::string_view(bytes, size));
+}
+
+bool CXmlReader::ParseUtf8() {
+    const ParserOwner parser(XML_ParserCreate("UTF-8"));
+    if (!parser) throw std::bad_alloc();
+    const std::string_view utf8(m_source.bytes.get(), m_source.size);
+    CXmlTreeBuilder builder(m_tree, parser.get(), utf8.size());
+    std::size_t done = 0;
+    bool isWhole = true;
+    do {
+        const std::size_t piece = std::min(kPieceBytes, utf8.size() - done);
+        const bool isLast = done + piece == utf8.size();
+        isWhole = XML_Parse(parser.get(), utf8.data() + done, static_cast<int>(piece), isLast) == XML_STATUS_OK;
+        done += piece;
+    } while (isWhole && done < utf8.size());
+    return Finish(builder, parser.get(), isWhole, utf8);
+}
+
+bool CXmlReader::ParseConverted() {
+    XmlBytes original = std::move(m_source);
+    std::size_t badOffset = 0;
+    if (!ConvertXmlToUtf8(m_encoding, original.bytes.get(), original.size, m_source, badOffset)) {
+        SetPlace(m_fault, std::string_view(m_source.bytes.get(), m_source.size), m_source.size);
+        m_fault.reason = TextOf("the bytes here mean nothing in the encoding " +
+                                (m_encoding.declaredName.empty() ? m_encoding.iconvName : m_encoding.declaredName));
+        m_fault.byteOffset = badOffset;
+        return false;
+    }
+    if (ParseUtf8()) return true;
+    m_fault.byteOffset = SourceOffsetOf(m_encoding, original.bytes.get(), original.size,
+                                        static_cast<std::size_t>(m_fault.byteOffset));
+    return false;
+}
+
+bool CXmlReader::Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8) {
+    if (isWhole) {
+        builder.Finish();
+        return true;
+    }
+    const XML_Error code = XML_GetErrorCode(parser);
+    if (builder.IsOutOfMemory() || code == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+
+    std::string reason = builder.StopReason() ? builder.StopReason() : XML_ErrorString(code);
+    const XmlName* open = builder.OpenElement();
+    if (open && (code == XML_ERROR_TAG_MISMATCH || code == XML_ERROR_NO_ELEMENTS)) {
+        reason += "; the element open here is <" + std::string(open->bytes) + ">";
+    }
+    m_fault.reason = TextOf(reason);
+    const auto index = XML_GetCurrentByteIndex(parser);
+    m_fault.byteOffset = index < 0 ? utf8.size() : static_cast<std::size_t>(index);
+    // The parser takes a byte order mark, people do not count it.
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    const std::size_t markBytes = utf8.starts_with(kMark) ? kMark.size() : 0;
+    SetPlace(m_fault, utf8.substr(markBytes), std::max<std::size_t>(m_fault.byteOffset, markBytes) - markBytes);
+    return false;
+}
+
+bool CXmlReader::FailUnreadable() {
+    m_fault.reason = WTEXT("the file cannot be read");
+    return false;
+}
+
+bool CXmlReader::FailEncoding() {
+    const std::string quoted = "\"" + m_encoding.declaredName + "\"";
+    const bool isUnknown = m_encoding.kind == XmlEncoding::Kind::kUnknown;
+    m_fault.reason = TextOf(isUnknown ? "the encoding " + quoted + " is not known"
+                                      : "the encoding is not " + quoted + ", as the declaration says");
+    m_fault.byteOffset = m_encoding.declaredOffset;
+    SetPlace(m_fault, std::string_view(m_head, m_headBytes), m_encoding.declaredOffset);
+    return false;
+}
+
+}  // namespace
+
+bool ReadXmlFile(const WCHAR* path, CXmlTree& tree, XmlFault& fault) {
+    return CXmlReader(tree, fault).Read(path);
+}

@@ -1,0 +1,199 @@
+#include "platform/linux/xml_tree.h"
+
+#include <algorithm>
+#include <bit>
+#include <random>
+
+namespace {
+
+constexpr std::size_t kFirstTextBlockUnits = 16 * 1024;
+constexpr std::size_t kMostTextBlockUnits = 2 * 1024 * 1024;
+// A BSTR's length in bytes has 32 bits.
+constexpr std::size_t kMostTextUnits = 0x7FFFFF00;
+
+constexpr std::size_t kNameBlockBytes = 4096;
+constexpr std::size_t kFirstNameSlots = 256;
+constexpr std::uint32_t kFreeSlot = 0xFFFFFFFF;
+
+// Eight bytes a step under a seed of the process's own, so that nobody can prepare names that collide.
+std::uint32_t HashName(std::string_view name) {
+    static const std::uint64_t seed = [] {
+        std::random_device random;
+        return (std::uint64_t{random()} << 32 | random()) | 1;
+    }();
+    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
+    const auto mix = [](std::uint64_t a, std::uint64_t b) {
+        __extension__ using Product = unsigned __int128;
+        const Product product = static_cast<Product>(a) * b;
+        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+    };
+    const char* bytes = name.data();
+    std::size_t count = name.size();
+    std::uint64_t state = seed ^ (count * kSpread);
+    std::uint64_t word = 0;
+    for (; count > sizeof(word); bytes += sizeof(word), count -= sizeof(word)) {
+        std::memcpy(&word, bytes, sizeof(word));
+        state = mix(word ^ kSpread, state ^ seed);
+    }
+    if (count == sizeof(word)) {
+        std::memcpy(&word, bytes, sizeof(word));
+    } else {
+        word = 0;
+        for (std::size_t i = 0; i < count; ++i) word = word << 8 | static_cast<unsigned char>(bytes[i]);
+    }
+    state = mix(word ^ kSpread, state ^ seed);
+    return static_cast<std::uint32_t>(state ^ state >> 32);
+}
+
+}  // namespace
+
+// The open text moves to a block with room for what it has and as much again.
+void CTextArena::MakeRoom(std::size_t unitCount) {
+    const std::size_t length = static_cast<std::size_t>(m_write - m_text);
+    if (unitCount > kMostTextUnits - length) throw std::bad_alloc();
+    const std::size_t usual = std::clamp(m_totalUnits, kFirstTextBlockUnits, kMostTextBlockUnits);
+    const std::size_t units = std::max(usual, kPrefixUnits + (length + unitCount) * 2 + 1);
+    m_blocks.push_back(std::make_unique_for_overwrite<WCHAR[]>(units + kSpareUnits));
+    m_totalUnits += units;
+    m_free = m_blocks.back().get();
+    m_end = m_free + units;
+    WCHAR* text = m_free + kPrefixUnits;
+    if (length > 0) std::memcpy(text, m_text, length * sizeof(WCHAR));
+    m_text = text;
+    m_write = text + length;
+}
+
+std::uint32_t CXmlNames::Intern(std::string_view name) {
+    if (m_slots.empty()) m_slots.assign(kFirstNameSlots, kFreeSlot);
+    const std::uint32_t hash = HashName(name);
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t i = hash & mask;
+    for (; m_slots[i] != kFreeSlot; i = (i + 1) & mask) {
+        const XmlName& known = m_names[m_slots[i]];
+        if (known.hash == hash && known.bytes == name) return m_slots[i];
+    }
+    const std::uint32_t number = Add(name, hash);
+    m_slots[i] = number;
+    if (m_names.Size() * std::size_t{2} > m_slots.size()) Rehash();
+    return number;
+}
+
+std::uint32_t CXmlNames::Add(std::string_view name, std::uint32_t hash) {
+    if (m_names.Size() >= XmlNode::kMostNames) throw std::bad_alloc();
+    if (m_room <= name.size()) {
+        m_room = std::max(kNameBlockBytes, name.size() + 1);
+        m_blocks.push_back(std::make_unique_for_overwrite<char[]>(m_room));
+        m_free = m_blocks.back().get();
+    }
+    std::memcpy(m_free, name.data(), name.size());
+    m_free[name.size()] = 0;
+    m_texts.Begin();
+    m_texts.Append(name.data(), name.size());
+    const XmlName entry = {std::string_view(m_free, name.size()), m_texts.Finish(), hash, false};
+    m_free += name.size() + 1;
+    m_room -= name.size() + 1;
+    const std::uint32_t number = m_names.Add();
+    m_names[number] = entry;
+    return number;
+}
+
+void CXmlNames::Rehash() {
+    std::vector<std::uint32_t> slots(m_slots.size() * 2, kFreeSlot);
+    const std::size_t mask = slots.size() - 1;
+    for (std::uint32_t number = 0; number < m_names.Size(); ++number) {
+        std::size_t i = m_names[number].hash & mask;
+        while (slots[i] != kFreeSlot) i = (i + 1) & mask;
+        slots[i] = number;
+    }
+    m_slots.swap(slots);
+}
+
+CXmlTree::CXmlTree() {
+    AddNode(NODE_DOCUMENT, 0, kNoXmlNode);
+    Node(kXmlDocumentNode).element = {};
+}
+
+XmlNodeId CXmlTree::AddNode(DOMNodeType type, std::uint32_t name, XmlNodeId parent) {
+    const XmlNodeId id = m_nodes.Add();
+    XmlNode& node = m_nodes[id];
+    node.typeAndName = name << XmlNode::kNameShift | static_cast<std::uint32_t>(type);
+    node.parent = parent;
+    return id;
+}
+
+XmlNodeId CXmlTree::AddElement(std::uint32_t name, XmlNodeId parent) {
+    const XmlNodeId id = AddNode(NODE_ELEMENT, name, parent);
+    m_nodes[id].element = {0, 0, m_attrs.Size(), 0};
+    return id;
+}
+
+XmlNodeId CXmlTree::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text, XmlNodeId parent) {
+    const XmlNodeId id = AddNode(type, name, parent);
+    m_nodes[id].text = {text, SysStringLen(const_cast<BSTR>(text)), false};
+    return id;
+}
+
+void CXmlTree::AddAttr(XmlNode& element, std::uint32_t name, const WCHAR* value) {
+    XmlElementData& data = element.element;
+    const bool isLastRun = data.firstAttr + data.attrCount == m_attrs.Size();
+    if (!isLastRun || element.typeAndName & XmlNode::kAttrsHaveRoom) [[unlikely]] {
+        AddAttrApart(element, {value, name});
+        return;
+    }
+    const std::uint32_t number = m_attrs.Add();
+    m_attrs[number] = {value, name};
+    ++data.attrCount;
+}
+
+// An element's attributes usually come one after another, and its run is the last. Another run moves behind all others,
+// to room for as many again, so that elements may get attributes in any order.
+void CXmlTree::AddAttrApart(XmlNode& element, const XmlAttr& attr) {
+    XmlElementData& data = element.element;
+    const bool hasRoom = (element.typeAndName & XmlNode::kAttrsHaveRoom) && !std::has_single_bit(data.attrCount);
+    if (!hasRoom) {
+        const std::uint32_t first = m_attrs.Size();
+        const std::uint32_t room = std::bit_ceil(data.attrCount + 1);
+        for (std::uint32_t i = 0; i < room; ++i) m_attrs.Add();
+        for (std::uint32_t i = 0; i < data.attrCount; ++i) m_attrs[first + i] = m_attrs[data.firstAttr + i];
+        data.firstAttr = first;
+        if (room > 1) element.typeAndName |= XmlNode::kAttrsHaveRoom;
+    }
+    m_attrs[data.firstAttr + data.attrCount++] = attr;
+}
+
+void CXmlTree::SetChildren(XmlNodeId parent, const XmlNodeId* children, std::size_t count) {
+    if (count == 0) return;
+    if (count > kNoXmlNode - m_children.size()) throw std::bad_alloc();
+    XmlElementData& element = m_nodes[parent].element;
+    element.firstChild = static_cast<std::uint32_t>(m_children.size());
+    m_children.insert(m_children.end(), children, children + count);
+    element.childCount = static_cast<std::uint32_t>(count);
+}
+
+// A run that was appended to has room for the next power of two of children.
+void CXmlTree::AppendChild(XmlNodeId parent, XmlNodeId child) {
+    constexpr std::uint32_t kLeastRoom = 2;
+    XmlElementData& element = m_nodes[parent].element;
+    const std::uint32_t count = element.childCount;
+    const bool isFull = count == 0 || (count >= kLeastRoom && std::has_single_bit(count));
+    if (isFull) {
+        const std::size_t end = m_children.size();
+        const std::uint32_t room = std::max(count * 2, kLeastRoom);
+        if (room < count || room > kNoXmlNode - end) throw std::bad_alloc();
+        const bool isLast = count > 0 && element.firstChild + count == end;
+        m_children.resize(end + (isLast ? room - count : room), kNoXmlNode);
+        if (!isLast) {
+            std::copy_n(m_children.begin() + element.firstChild, count, m_children.begin() + static_cast<std::ptrdiff_t>(end));
+            element.firstChild = static_cast<std::uint32_t>(end);
+        }
+    }
+    m_children[element.firstChild + count] = child;
+    ++element.childCount;
+    m_nodes[child].parent = parent;
+}
+
+void CXmlTree::RemoveChildren(XmlNodeId parent) {
+    XmlElementData& element = m_nodes[parent].element;
+    for (std::uint32_t i = 0; i < element.childCount; ++i) m_nodes[m_children[element.firstChild + i]].parent = kNoXmlNode;
+    element.childCount = 0;
+}
