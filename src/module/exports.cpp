@@ -4,8 +4,10 @@
 // failure result.
 #include <new>
 
+#include "convert/trans_xml2bin.h"
 #include "model/document.h"
 #include "parvel/parvel.h"
+#include "script/script_result_parser.h"
 
 namespace {
 
@@ -23,6 +25,10 @@ HRESULT PARVEL_CALL KestQueryBinDocInterface(const IID* iid, IBinDocument** out)
     }
 }
 
+bool PARVEL_CALL TransXml2Bin(const WCHAR* xmlPath, const WCHAR* binPath) {
+    return TransformXmlToBinary(xmlPath, binPath);
+}
+
 bool PARVEL_CALL EcSpt(std::uint32_t, std::uint32_t) {
     return true;
 }
@@ -35,4 +41,8 @@ bool PARVEL_CALL FreeSpt(void* block) {
     if (!block) return false;
     delete[] static_cast<unsigned char*>(block);
     return true;
+}
+
+bool PARVEL_CALL GetScriptResultParser(const WCHAR* text, IScriptResultParser** out) {
+    return CScriptResultParser::Create(text, out);
 }

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "model/word_dict.h"
+#include "xml/msxml_helper.h"
 
 namespace {
 
@@ -36,5 +37,5 @@ void CLodanApp::ReadConfiguration() {
     if (GetModuleFileNameW(nullptr, path, std::size(path)) == 0) return;
     if (!PathRenameExtensionW(path, WTEXT(".ini"))) return;
     g_lower = ReadSetting(WTEXT("Lower"), path);
-    // "LogLevel" comes with the XML room
+    g_logLevel = ReadSetting(WTEXT("LogLevel"), path);
 }

@@ -1,0 +1,15 @@
+// The records of an XML tree.
+#pragma once
+
+#include "model/grow_array.h"
+#include "model/word_dict.h"
+#include "platform/xmldom.h"
+
+using RecordBytes = CGrowArray<unsigned char>;
+
+/// Appends the record of one element, text or CDATA section; its words are looked up and, where they are new, added. An
+/// element's child count is left 0. Gives the record's place.
+std::size_t AppendXmlNodeRecord(IXMLDOMNode& node, DOMNodeType type, CWordDict& words, RecordBytes& records);
+
+/// Appends the records of the whole tree.
+void AppendXmlRecords(IXMLDOMNode* root, CWordDict& words, RecordBytes& records);
