@@ -1,0 +1,282 @@
+// The command-line tool, from outside: what a person types, what comes back.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "test_files.h"
+
+namespace {
+
+std::string ReadText(const std::filesystem::path& path) {
+    const std::vector<unsigned char> bytes = ReadBytes(path);
+    return {bytes.begin(), bytes.end()};
+}
+
+constexpr const char* kMenuXml =
+    "<?xml version='1.0'?>\n<!-- today -->\n<menu lang='en'>\n <dish price='3'>Soup</dish>\n"
+    " <dish price='7' hot=''>Pie<![CDATA[ <big>\n]]></dish>\n <rest><a><b/></a><c/></rest>\n</menu>\n";
+constexpr const char* kMenuTree =
+    "menu lang=\"en\"\n"
+    "  dish price=\"3\": \"Soup\"\n"
+    "  dish hot=\"\" price=\"7\"\n"
+    "    \"Pie\"\n"
+    "    [CDATA] \" <big>\\n\"\n"
+    "  rest\n"
+    "    a\n"
+    "      b\n"
+    "    c\n";
+
+struct Outcome {
+    int code = -1;
+    std::string output;
+    std::string errors;
+};
+
+class Tool : public ::testing::Test {
+protected:
+    void SetUp() override { WriteBytes(m_folder.File("menu.xml"), std::string(kMenuXml)); }
+
+    // Runs a line of shell with `parvel` in the path, in this test's folder.
+    Outcome Run(const std::string& line) const {
+        const std::string folder = m_folder.File("").string();
+        const std::string command = "cd '" + folder + "' && { PATH=" + PARVEL_TOOL_FOLDER + ":$PATH; " + line +
+                                    "\n} >.output 2>.errors </dev/null";
+        const int status = std::system(command.c_str());
+        Outcome outcome;
+        outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        outcome.output = ReadText(m_folder.File(".output"));
+        outcome.errors = ReadText(m_folder.File(".errors"));
+        return outcome;
+    }
+
+    void Write(const char* name, const std::string& bytes) const { WriteBytes(m_folder.File(name), bytes); }
+
+    // A row of a table: every piece must be found in what comes back. A failure speaks in one line on standard error.
+    struct Row {
+        const char* line;
+        int code;
+        const char* output;  // what must stand in standard output; null: it must be empty
+        const char* errors;  // the same of standard error
+    };
+    template <std::size_t count>
+    void Check(const Row (&rows)[count]) const {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.line);
+            const Outcome outcome = Run(row.line);
+            EXPECT_EQ(outcome.code, row.code);
+            CheckText(outcome.output, row.output);
+            CheckText(outcome.errors, row.errors);
+            if (row.code != 0) {
+                EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+            }
+        }
+    }
+    static void CheckText(const std::string& text, const char* expected) {
+        if (expected) {
+            EXPECT_NE(text.find(expected), std::string::npos) << "got: " << text << "\nwanted: " << expected;
+        } else {
+            EXPECT_EQ(text, "");
+        }
+    }
+
+    CTestFolder m_folder;
+};
+
+TEST_F(Tool, ConvertsAndShows) {
+    const Outcome outcome = Run("parvel convert menu.xml menu.bdoc && parvel show menu.bdoc");
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.output, kMenuTree);
+    EXPECT_EQ(outcome.errors, "");
+}
+
+TEST_F(Tool, DoesTheSameThroughPipesAndStreams) {
+    Write("größe\x01 1.xml", kMenuXml);
+    const char* lines[] = {
+        "parvel convert menu.xml - | parvel show -",
+        "parvel convert - - <menu.xml | parvel show -",
+        "cat menu.xml | parvel convert - x.bdoc && parvel show - <x.bdoc",
+        "parvel convert /dev/stdin x.bdoc <menu.xml && parvel show x.bdoc",
+        "mkfifo pipe && (cat menu.xml >pipe &) && parvel convert pipe x.bdoc && parvel show x.bdoc",
+        "mkfifo back && (parvel convert menu.xml back &) && parvel show back",
+        "parvel convert größe*.xml größe.bdoc && parvel show größe.bdoc",
+        "ln -s menu.xml link.xml && parvel convert link.xml x.bdoc && parvel show x.bdoc",
+        "parvel convert -- menu.xml -x.bdoc && parvel show -- -x.bdoc",
+        "(trap '' PIPE; parvel convert menu.xml -) | parvel show -",
+    };
+    for (const char* line : lines) {
+        const Outcome outcome = Run(line);
+        EXPECT_EQ(outcome.output, kMenuTree) << line << "\n" << outcome.errors;
+        EXPECT_EQ(outcome.code, 0) << line;
+    }
+}
+
+TEST_F(Tool, LeavesNothingBehind) {
+    const Outcome outcome = Run(
+        "mkdir tmp; export TMPDIR=$PWD/tmp; parvel convert - - <menu.xml | parvel show - >shown; echo '<a' | parvel "
+        "convert - -; echo '<a' | parvel convert - x.bdoc; cp menu.xml y.bdoc; echo '<a' | parvel convert - y.bdoc; "
+        "cmp menu.xml y.bdoc && rm .errors .output && find . -type f | sort");
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(Run("find . -type f | sort").output, "./.errors\n./.output\n./menu.xml\n./shown\n./y.bdoc\n");
+}
+
+TEST_F(Tool, LimitsTheDepthAndTellsWhatIsLeftOut) {
+    Run("parvel convert menu.xml menu.bdoc");
+    EXPECT_EQ(Run("parvel show --depth 1 menu.bdoc").output, "menu lang=\"en\" … 3 children\n");
+    EXPECT_EQ(Run("parvel show menu.bdoc --depth 2").output,
+              "menu lang=\"en\"\n  dish price=\"3\": \"Soup\"\n  dish hot=\"\" price=\"7\" … 2 children\n"
+              "  rest … 2 children\n");
+    EXPECT_EQ(Run("parvel show --depth=3 menu.bdoc | tail -n 2").output, "    a … 1 child\n    c\n");
+    EXPECT_EQ(Run("parvel show --depth 4 menu.bdoc").output, kMenuTree);
+}
+
+TEST_F(Tool, CutsLongTextsUnlessAskedForThem) {
+    Write("long.xml", "<a><b x='" + std::string(201, 'v') + "'/>" + std::string(100, 'x') + "\xF0\x9D\x84\x9E" +
+                          std::string(150, 'y') + "</a>");
+    Run("parvel convert long.xml long.bdoc");
+    EXPECT_EQ(Run("parvel show long.bdoc").output, "a\n  b x=\"" + std::string(200, 'v') + "\"… +1 characters\n  \"" +
+                                                       std::string(100, 'x') + "𝄞" + std::string(99, 'y') +
+                                                       "\"… +51 characters\n");
+    EXPECT_EQ(Run("parvel show --full long.bdoc").output,
+              "a\n  b x=\"" + std::string(201, 'v') + "\"\n  \"" + std::string(100, 'x') + "𝄞" +
+                  std::string(150, 'y') + "\"\n");
+}
+
+TEST_F(Tool, ShowsWhatATerminalMustNotGet) {
+    Write("odd.xml", "<a b='&#9;&quot;\\'>\xE2\x80\xAE\xC2\x9B[2J\x7F\xE2\x80\x8B&#13;\n</a>");
+    Run("parvel convert odd.xml odd.bdoc");
+    EXPECT_EQ(Run("parvel show odd.bdoc").output, "a b=\"\\t\\\"\\\\\": \"\\u{202E}\\u{9B}[2J\\u{7F}\\u{200B}\\r\\n\"\n");
+    // A document need not come from XML: names 'x y', '' and ESC, a half surrogate pair, a record of no known type.
+    using namespace std::string_literals;
+    Write("names.bdoc", "\x04\0\0\0"s + "\x06\0\0\0x\0 \0y\0"s + "\0\0\0\0"s + "\x02\0\0\0\x1B\0"s + "\x02\0\0\0\0\xD8"s +
+                            "\x01\0\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0\x03\0\0\0\x01\0\0\0\x03\0\0\0"s +
+                            "\x01\x02\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\0\0\0\0"s + "\x04\x63\0\0\0"s + "\x09"s);
+    EXPECT_EQ(Run("parvel show names.bdoc").output,
+              "\"x y\" \"\"=\"\\u{D800}\"\n  \"\\u{1B}\"\n  [CDATA] \"\"\n  (unreadable record)\n");
+}
+
+TEST_F(Tool, TellsWhereAndWhatIsWrong) {
+    Write("open.xml", "<a>\n  <b>\n</a>\n");
+    Write("empty.xml", "");
+    Write("charset.xml", "<?xml version='1.0' encoding='klingon'?><a/>");
+    Write("binary.xml", std::string("\0\1\2\3", 4));
+    Write("xml.bdoc", "\xEF\xBB\xBF <a/>");
+    Write("short.bdoc", std::string("\1\0\0\0\4\0\0\0a\0", 10));
+    Write("three.bdoc", "abc");
+    Write("empty.bdoc", "");
+    Write("many.bdoc", std::string("\x41\x42\x0F\0", 4));
+    Write("big.bdoc", std::string("\1\0\0\0\x02\xA0\x0F\0a\0b\0", 12) + std::string(1024000, 'x'));
+    Write("minus.bdoc", std::string("\1\0\0\0\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 12));
+    Write("record.bdoc", std::string("\1\0\0\0\2\0\0\0a\0\1\0", 12));
+    const Row rows[] = {
+        {"parvel convert open.xml x.bdoc", 2, nullptr, "open.xml:3:"},
+        {"parvel convert - x.bdoc <open.xml", 2, nullptr, "standard input:3:"},
+        {"parvel convert empty.xml x.bdoc", 2, nullptr, "empty.xml"},
+        {"parvel convert charset.xml x.bdoc", 2, nullptr, "charset.xml"},
+        {"parvel convert binary.xml x.bdoc", 2, nullptr, "binary.xml:1:1: "},
+        {"parvel convert none.xml x.bdoc", 3, nullptr, "none.xml: cannot open: No such file"},
+        {"parvel convert . x.bdoc", 3, nullptr, ".: cannot read: Is a directory"},
+        {"parvel convert menu.xml none/x.bdoc", 3, nullptr, "none/x.bdoc: cannot open for writing: No such file"},
+        {"parvel convert menu.xml .", 3, nullptr, ".: cannot open for writing: Is a directory"},
+        {"parvel convert menu.xml /dev/full", 3, nullptr, "/dev/full: cannot write: No space left"},
+        {"parvel convert menu.xml - >/dev/full", 3, nullptr, "standard output: cannot write: No space left"},
+        {"said=$(ulimit -f 0; trap '' XFSZ; parvel convert menu.xml x.bdoc 2>&1); code=$?; echo \"$said\" >&2; exit $code", 3, nullptr, "x.bdoc: could not be written"},
+        {"TMPDIR=/none parvel convert menu.xml -", 3, nullptr, "set TMPDIR"},
+        {"parvel convert - x.bdoc <&-", 3, nullptr, "standard input: cannot open"},
+        {"parvel show none.bdoc", 3, nullptr, "none.bdoc: cannot open: No such file"},
+        {"parvel show .", 3, nullptr, "Is a directory"},
+        {"parvel convert menu.xml x.bdoc; parvel show x.bdoc >/dev/full", 3, nullptr, "standard output: cannot write"},
+        {"parvel show xml.bdoc", 2, nullptr, "convert it first"},
+        {"parvel show short.bdoc", 2, nullptr, "short.bdoc: byte 10: not a binary document: the file ends within word 0"},
+        {"parvel show three.bdoc", 2, nullptr, "three.bdoc: byte 3: "},
+        {"parvel show empty.bdoc", 2, nullptr, "the file is empty"},
+        {"parvel show many.bdoc", 2, nullptr, "it has 1000001 words, more than the 1000000"},
+        {"parvel show big.bdoc", 2, nullptr, "byte 4: not a binary document: word 0 has 1024002 bytes"},
+        {"parvel show minus.bdoc", 2, nullptr, "word 0 has a length of -1 bytes"},
+        {"parvel show record.bdoc", 2, nullptr, "byte 10: not a binary document: the records behind its 1 words"},
+    };
+    Check(rows);
+}
+
+TEST_F(Tool, RefusesWrongUse) {
+    const Row rows[] = {
+        {"parvel", 4, nullptr, "parvel --help"},
+        {"parvel frobnicate", 4, nullptr, "frobnicate"},
+        {"parvel convert", 4, nullptr, "IN.xml"},
+        {"parvel convert menu.xml", 4, nullptr, "OUT.bdoc"},
+        {"parvel convert menu.xml a b", 4, nullptr, "parvel --help"},
+        {"parvel convert --fast menu.xml a", 4, nullptr, "--fast"},
+        {"parvel convert '' a", 4, nullptr, "empty"},
+        {"parvel convert menu.xml menu.xml", 4, nullptr, "menu.xml: is the input as well"},
+        {"ln menu.xml same.xml; parvel convert menu.xml same.xml", 4, nullptr, "same.xml: is the input as well"},
+        {"parvel convert menu.xml \"$(printf 'x\\377')\"", 4, nullptr, "x\\xFF: the file name is not UTF-8"},
+        {"parvel convert \"$(printf 'x\\377')\" x", 4, nullptr, "x\\xFF: the file name is not UTF-8"},
+        {"parvel show --depth 0 x", 4, nullptr, "--depth"},
+        {"parvel show --depth many x", 4, nullptr, "--depth"},
+        {"parvel show x y", 4, nullptr, "parvel --help"},
+    };
+    Check(rows);
+    EXPECT_EQ(ReadText(m_folder.File("menu.xml")), kMenuXml);
+}
+
+TEST_F(Tool, HelpsAndTellsItsVersion) {
+    const Row rows[] = {
+        {"parvel --help", 0, "  5  internal fault\n", nullptr},
+        {"parvel -h", 0, "convert", nullptr},
+        {"parvel convert --help", 0, "OUT.bdoc", nullptr},
+        {"parvel show --help", 0, "--depth", nullptr},
+        {"parvel --version", 0, "parvel 1.", nullptr},
+    };
+    Check(rows);
+}
+
+TEST_F(Tool, RunsTheExamplesOfItsHelpAndManual) {
+    const std::string manual = ReadText(std::filesystem::path(PARVEL_ROOT) / "docs/parvel.1");
+    const std::string examples = manual.substr(manual.find(".SH EXAMPLES\n.nf\n"));
+    std::istringstream lines(examples);
+    int count = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("parvel ", 0) != 0) continue;
+        while (line.find("\\-") != std::string::npos) line.replace(line.find("\\-"), 2, "-");
+        const Outcome outcome = Run(line);
+        EXPECT_EQ(outcome.code, 0) << line << '\n' << outcome.errors;
+        EXPECT_NE(Run("parvel --help").output.find("  " + line + "\n"), std::string::npos) << line;
+        ++count;
+    }
+    EXPECT_GE(count, 3);
+}
+
+TEST_F(Tool, NamesTheLimitThatTheReaderWouldRefuse) {
+    std::ofstream words(m_folder.File("words.xml"));
+    words << "<a>";
+    for (int i = 0; i < 1000000; ++i) words << "<b>" << i << "</b>";
+    words << "</a>";
+    words.close();
+    Write("word.xml", "<a><b/>start" + std::string(512000, 'x') + "</a>");
+    const Row rows[] = {
+        {"parvel convert words.xml x.bdoc", 2, nullptr, "it has 1000002 words"},
+        {"parvel convert word.xml x.bdoc", 2, nullptr, "word 2 has 1024010 bytes, more than the 1024000"},
+        {"parvel convert word.xml -", 2, nullptr, "it starts \"startxxxxxxx"},
+        {"test -e x.bdoc || { echo gone >&2; exit 1; }", 1, nullptr, "gone"},
+    };
+    Check(rows);
+}
+
+TEST_F(Tool, ShowsAMillionLevelsAndStopsQuietly) {
+    std::ofstream deep(m_folder.File("deep.xml"));
+    for (int i = 0; i < 1000000; ++i) deep << "<d>";
+    for (int i = 0; i < 1000000; ++i) deep << "</d>";
+    deep.close();
+    const Outcome outcome = Run("parvel convert deep.xml deep.bdoc && parvel show deep.bdoc | tail -n 1");
+    EXPECT_EQ(outcome.output, std::string(80, ' ') + "[level 1000000] d\n") << outcome.errors;
+    const Outcome stopped = Run("{ parvel show deep.bdoc; echo $? >code; } | head -n 1; cat code");
+    EXPECT_EQ(stopped.output, "d\n0\n");
+    EXPECT_EQ(stopped.errors, "");
+}
+
+}  // namespace
