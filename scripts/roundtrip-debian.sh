@@ -1,0 +1,52 @@
+#!/bin/sh
+# Converts, loads and saves every XML file that the installed Debian packages bring; saved and converted bytes must be
+# the same. Files that the conversion refuses are listed with the reason.
+#
+#   scripts/roundtrip-debian.sh [--install]
+#
+# --install first installs packages that bring many such files (locale data, icons, interface descriptions). Ends with
+# 1 when a file differs, or when there are fewer than 500 files or 100 MB.
+set -eu
+cd "$(dirname "$0")/.."
+
+most_wanted="unicode-cldr-core iso-codes adwaita-icon-theme shared-mime-info libgirepository1.0-dev"
+least_files=500
+least_bytes=100000000
+
+case "${1-}" in
+    "") ;;
+    --install)
+        as_root=
+        [ "$(id -u)" -eq 0 ] || as_root=sudo
+        # shellcheck disable=SC2086  # a list of names
+        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $most_wanted
+        ;;
+    *)
+        echo "usage: roundtrip-debian.sh [--install]" >&2
+        exit 4
+        ;;
+esac
+
+[ -f build/native/build.ninja ] || cmake --preset release
+cmake --build --preset release --target parvel_roundtrip parvel_cli
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+dpkg-query -W -f '${binary:Package}\n' | xargs dpkg -L |
+    grep -E '\.(xml|svg|gir|ui|glade|xsl|xslt|xsd|rng|xhtml|docbook|policy|rdf|xmi|wsdl)$' | sort -u |
+    while read -r name; do [ ! -f "$name" ] || echo "$name"; done >"$work/names"
+
+status=0
+build/native/parvel_roundtrip "$work" <"$work/names" >"$work/report" || status=$?
+grep -v '^refused: ' "$work/report" || true
+sed -n 's/^refused: //p' "$work/report" | while read -r name; do
+    build/native/parvel convert "$name" "$work/refused.bdoc" 2>&1 | sed 's/^/not converted: /'
+done
+[ "$status" -eq 0 ] || exit "$status"
+
+files=$(sed -n 's/^\([0-9]*\) files, .*/\1/p' "$work/report")
+bytes=$(sed -n 's/^.* files, \([0-9]*\) bytes of XML.*/\1/p' "$work/report")
+if [ "$files" -lt $least_files ] || [ "$bytes" -lt $least_bytes ]; then
+    echo "too little to mean much: run scripts/roundtrip-debian.sh --install" >&2
+    exit 1
+fi
