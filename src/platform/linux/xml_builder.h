@@ -73,7 +73,6 @@ private:
     std::vector<XmlNodeId> m_pending;   // children of open elements, the innermost element's last
     bool m_isTextOpen = false;          // in the tree's arena
     bool m_isTextBlank = false;         // and so far holds nothing but white space that may be dropped
-    bool m_isInCData = false;
     bool m_isInDoctype = false;
     bool m_isStopped = false;
     bool m_isOutOfMemory = false;
