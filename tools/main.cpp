@@ -25,7 +25,8 @@ constexpr const char* kFooter =
     "Examples:\n"
     "  parvel convert menu.xml menu.bdoc\n"
     "  parvel show --depth 3 menu.bdoc\n"
-    "  parvel convert menu.xml - | parvel show -\n";
+    "  parvel convert menu.xml - | parvel show -\n"
+    "  parvel result \"(1 2.5 (a b))\"\n";
 
 int Complain(ExitCode code, const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -41,6 +42,7 @@ int Run(int argc, char** argv) {
     Action chosen;
     AddConvertVerb(app, chosen);
     AddShowVerb(app, chosen);
+    AddResultVerb(app, chosen);
 
     try {
         app.parse(argc, argv);
