@@ -28,11 +28,12 @@ void FuzzExport(FuzzBytes bytes);
 void FuzzIni(FuzzBytes bytes);
 
 struct FuzzTarget {
-    const char* name;  // of its program, without "fuzz_", and of its folder in fuzz/seeds
+    const char* name;   // of its program, without "fuzz_"
+    const char* seeds;  // its folder in fuzz/seeds
     void (*run)(FuzzBytes bytes);
 };
 
 inline constexpr FuzzTarget kFuzzTargets[] = {
-    {"script", FuzzScript}, {"document", FuzzDocument}, {"edits", FuzzEdits},
-    {"xml", FuzzXml},       {"export", FuzzExport},     {"ini", FuzzIni},
+    {"script", "script", FuzzScript}, {"document", "document", FuzzDocument}, {"edits", "edits", FuzzEdits},
+    {"xml", "xml", FuzzXml},          {"export", "document", FuzzExport},     {"ini", "ini", FuzzIni},
 };
