@@ -270,12 +270,16 @@ TEST(ScriptResult, OperationsStandAtTheirEntries) {
     ASSERT_TRUE(CScriptResultParser::Create(WTEXT("\"-2.5\""), &parser));
     void** table = nullptr;
     std::memcpy(&table, static_cast<void*>(parser), sizeof(table));
-    const auto call = [&]<class Result>(std::size_t entry, Result) {
-        return reinterpret_cast<Result(PARVEL_CALL*)(void*)>(table[entry])(parser);
+    const auto call = [&]<class Result, class... Arguments>(std::size_t entry, Result, Arguments... arguments) {
+        return reinterpret_cast<Result(PARVEL_CALL*)(void*, Arguments...)>(table[entry])(parser, arguments...);
     };
+    void* out = &table;
+    EXPECT_EQ(call(0, HRESULT(), &IID_IAttrPair, &out), static_cast<HRESULT>(0x80004001));
     EXPECT_EQ(call(1, ULONG()), 2u);
     EXPECT_EQ(call(2, ULONG()), 1u);
     EXPECT_EQ(call(3, std::int32_t(1)), 0);
+    EXPECT_EQ(call(4, true, std::int32_t(0), &out), false);
+    EXPECT_EQ(out, &table);
     EXPECT_EQ(call(5, false), true);
     EXPECT_EQ(call(6, true), false);
     EXPECT_EQ(call(7, std::int32_t()), -2);
