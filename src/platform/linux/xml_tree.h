@@ -146,7 +146,7 @@ struct XmlElementData {
 struct XmlTextData {
     const WCHAR* units;    // a BSTR, but for shared texts
     std::uint32_t length;  // in code units
-    bool isShared;         // a part of a longer text: not a BSTR, not terminated
+    bool isShared;         // CR LF and tabs, the start of a longer such text: not a BSTR, not terminated
 };
 
 /// One node. Elements and the document have `element`, all others `text`.
