@@ -1,12 +1,14 @@
-// Binary to XML: mirrors a tree of nodes into a document of the platform's XML DOM, indents it, and has the DOM save it.
+// Binary to XML: mirrors a tree of nodes into a document of the platform's XML DOM, indents it, and has the DOM save
+// it.
 //
-// Elements become elements, with their attributes in the order of the pairs. A text or CDATA child replaces all that its
-// element held so far; in a "script" element (in any letter case) it becomes a CDATA section instead. Nodes of other types are
-// left out with their subtrees. Each element below the root stands on a line of its own, one tab per level; so does the
-// end of an element with children, unless a text was set as its content.
+// Elements become elements, with their attributes in the order of the pairs. A text or CDATA child replaces all that
+// its element held so far; in a "script" element (in any letter case) it becomes a CDATA section instead. Nodes of
+// other types are left out with their subtrees. Each element below the root stands on a line of its own, one tab per
+// level; so does the end of an element with children, unless a text was set as its content.
 //
-// What fails (a name or a text that XML cannot hold, memory that runs out) cuts the element concerned short: it keeps what it had by
-// then, and its siblings follow. Needs memory for the tree's depth beside the DOM's tree, no native stack.
+// What fails (a name or a text that XML cannot hold, memory that runs out) cuts the element concerned short: it keeps
+// what it had by then, and its siblings follow. Needs memory for the tree's depth beside the DOM's tree, no native
+// stack.
 #pragma once
 
 #include <cstdint>

@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr WCHAR kLineBreak[] = {'\r', '\n'};
-constexpr std::size_t kLineBreakUnits = 2;
+constexpr WCHAR kLineBreak[kLineBreakUnits] = {'\r', '\n'};
 
 // From here on an element's attributes are looked up in a table.
 constexpr std::uint32_t kManyAttrs = 16;

@@ -34,7 +34,6 @@ constexpr std::array<Escape, 0x80> kEscapes = [] {
     escapes['\t'] = {"&#9;", kInAttr};
     return escapes;
 }();
-constexpr std::size_t kLineBreakUnits = 2;    // in front of the tabs of an indentation
 constexpr std::size_t kMostBytesPerUnit = 6;  // "&quot;"; a unit of UTF-16 alone takes at most three
 
 using UnitVector = std::uint16_t __attribute__((vector_size(16)));
