@@ -50,7 +50,7 @@ private:
 
     IXMLDOMDocument2& m_document;
     std::vector<OpenElement> m_path;  // from the outermost open element
-    Text m_indentation = WTEXT("\r\n");
+    CBstr m_indentation{TextView(WTEXT("\r\n"))};
     // Reused from call to call.
     CBstr m_name;
     CBstr m_text;
@@ -144,10 +144,9 @@ void CElementBuilder::SetAttributes(IXMLDOMElement& element, IBinNode& node) {
 
 void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth) {
     constexpr std::size_t kLineBreakUnits = 2;
-    m_indentation.resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
-    m_text.Assign(m_indentation);
+    m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
     CComRef<IXMLDOMText> text;
-    CheckCom(m_document.createTextNode(m_text.Get(), text.Out()));
+    CheckCom(m_document.createTextNode(m_indentation.Get(), text.Out()));
     Append(parent, text);
 }
 
