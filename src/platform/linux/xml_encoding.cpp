@@ -78,21 +78,20 @@ constexpr NamedEncoding kEncodings[] = {
 
 struct Signature {
     std::string_view bytes;
-    std::size_t markBytes;
     const char* iconvName;  // null: UTF-8
 };
 
 // The longer ones of two that start alike come first.
 constexpr Signature kSignatures[] = {
-    {std::string_view("\xEF\xBB\xBF", 3), 3, nullptr},
-    {std::string_view("\xFF\xFE\0\0", 4), 4, "UTF-32LE"},
-    {std::string_view("\0\0\xFE\xFF", 4), 4, "UTF-32BE"},
-    {std::string_view("\xFF\xFE", 2), 2, "UTF-16LE"},
-    {std::string_view("\xFE\xFF", 2), 2, "UTF-16BE"},
-    {std::string_view("<\0\0\0", 4), 0, "UTF-32LE"},
-    {std::string_view("\0\0\0<", 4), 0, "UTF-32BE"},
-    {std::string_view("<\0", 2), 0, "UTF-16LE"},
-    {std::string_view("\0<", 2), 0, "UTF-16BE"},
+    {std::string_view("\xEF\xBB\xBF", 3), nullptr},
+    {std::string_view("\xFF\xFE\0\0", 4), "UTF-32LE"},
+    {std::string_view("\0\0\xFE\xFF", 4), "UTF-32BE"},
+    {std::string_view("\xFF\xFE", 2), "UTF-16LE"},
+    {std::string_view("\xFE\xFF", 2), "UTF-16BE"},
+    {std::string_view("<\0\0\0", 4), "UTF-32LE"},
+    {std::string_view("\0\0\0<", 4), "UTF-32BE"},
+    {std::string_view("<\0", 2), "UTF-16LE"},
+    {std::string_view("\0<", 2), "UTF-16BE"},
 };
 
 bool IsBlank(char byte) {
@@ -120,6 +119,9 @@ std::string_view DeclaredEncoding(std::string_view head) {
     return end == std::string_view::npos ? std::string_view() : head.substr(i + 1, end - i - 1);
 }
 
+// Room for what a conversion keeps back.
+constexpr std::size_t kKeptBytes = 32;
+
 // An open conversion to UTF-8.
 class CConverter {
 public:
@@ -140,6 +142,9 @@ public:
         return done ? 0 : errno;
     }
 
+    /// Writes what the conversion has kept back, in case that more came to join it: a few bytes. `target` has room.
+    void Finish(char*& target, std::size_t& targetBytes) { iconv(m_handle, nullptr, nullptr, &target, &targetBytes); }
+
 private:
     iconv_t m_handle;
 };
@@ -151,7 +156,6 @@ XmlEncoding DetectXmlEncoding(const char* head, std::size_t byteCount) {
     XmlEncoding encoding;
     for (const Signature& signature : kSignatures) {
         if (!bytes.starts_with(signature.bytes)) continue;
-        encoding.markBytes = signature.markBytes;
         encoding.iconvName = signature.iconvName;
         encoding.kind = signature.iconvName ? XmlEncoding::Kind::kConverted : XmlEncoding::Kind::kUtf8;
         return encoding;
@@ -180,15 +184,17 @@ bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_
     badOffset = 0;
     CConverter converter(encoding.iconvName);
     if (!converter.IsOpen()) return false;
-    const char* source = bytes + encoding.markBytes;
-    std::size_t sourceBytes = byteCount - encoding.markBytes;
-    std::size_t capacity = byteCount + byteCount / 2 + 64;
+    const char* source = bytes;
+    std::size_t sourceBytes = byteCount;
+    std::size_t capacity = byteCount + byteCount / 2 + 2 * kKeptBytes;
     utf8.bytes = std::make_unique_for_overwrite<char[]>(capacity);
     utf8.size = 0;
     while (true) {
         char* target = utf8.bytes.get() + utf8.size;
-        std::size_t room = capacity - utf8.size;
+        std::size_t room = capacity - utf8.size - kKeptBytes;
         const int stop = converter.Run(source, sourceBytes, target, room);
+        room += kKeptBytes;
+        if (stop != E2BIG) converter.Finish(target, room);
         utf8.size = capacity - room;
         if (stop == 0) return true;
         if (stop != E2BIG) break;
@@ -205,8 +211,8 @@ std::size_t SourceOffsetOf(const XmlEncoding& encoding, const char* bytes, std::
                            std::size_t utf8Offset) {
     CConverter converter(encoding.iconvName);
     if (!converter.IsOpen()) return 0;
-    const char* source = bytes + encoding.markBytes;
-    std::size_t sourceBytes = byteCount - encoding.markBytes;
+    const char* source = bytes;
+    std::size_t sourceBytes = byteCount;
     char sink[4096];
     while (utf8Offset > 0) {
         char* target = sink;

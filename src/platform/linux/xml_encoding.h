@@ -25,7 +25,6 @@ struct XmlEncoding {
     };
     Kind kind = Kind::kUtf8;
     const char* iconvName = nullptr;  // for kConverted
-    std::size_t markBytes = 0;        // length of the byte order mark in front
     std::string declaredName;         // from the XML declaration, and its place
     std::size_t declaredOffset = 0;
 };
@@ -35,7 +34,7 @@ inline constexpr std::size_t kXmlEncodingHeadBytes = 1024;
 
 XmlEncoding DetectXmlEncoding(const char* head, std::size_t byteCount);
 
-/// Converts everything after the byte order mark. False at a sequence that means nothing, or one cut short by the end:
+/// Converts everything, a byte order mark too. False at a sequence that means nothing, or one cut short by the end:
 /// `utf8` then holds what is in front of it and `badOffset` is its place in `bytes`.
 bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
                       std::size_t& badOffset);

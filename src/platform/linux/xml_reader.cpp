@@ -30,8 +30,13 @@ Text TextOf(std::string_view utf8) {
     return Utf8ForDisplay(utf8.data(), utf8.size());
 }
 
-// Finds line and column of a place in UTF-8, and shows its line.
+// Finds line and column of a place in UTF-8, and shows its line. A byte order mark is not counted.
 void SetPlace(XmlFault& fault, std::string_view utf8, std::size_t offset) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (utf8.starts_with(kMark)) {
+        utf8.remove_prefix(kMark.size());
+        offset -= std::min(offset, kMark.size());
+    }
     offset = std::min(offset, utf8.size());
     std::size_t lineStart = 0;
     fault.line = 1;
@@ -174,10 +179,7 @@ bool CXmlReader::Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhol
     m_fault.reason = TextOf(reason);
     const auto index = XML_GetCurrentByteIndex(parser);
     m_fault.byteOffset = index < 0 ? utf8.size() : static_cast<std::size_t>(index);
-    // The parser takes a byte order mark, people do not count it.
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    const std::size_t markBytes = utf8.starts_with(kMark) ? kMark.size() : 0;
-    SetPlace(m_fault, utf8.substr(markBytes), std::max<std::size_t>(m_fault.byteOffset, markBytes) - markBytes);
+    SetPlace(m_fault, utf8, static_cast<std::size_t>(m_fault.byteOffset));
     return false;
 }
 
