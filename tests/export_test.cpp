@@ -6,75 +6,13 @@
 #include <string>
 
 #include "convert/trans_xml2bin.h"
+#include "dom_tree.h"
 #include "export/kest_c2xml.h"
 #include "export_trees.h"
 #include "model/document.h"
-#include "platform/utf8.h"
 #include "xml/msxml_helper.h"
 
 namespace {
-
-std::string Shown(const Text& text) {
-    std::string shown;
-    for (const char c : TextToUtf8(text)) {
-        if (c == '\r') {
-            shown += "\\r";
-        } else if (c == '\n') {
-            shown += "\\n";
-        } else if (c == '\t') {
-            shown += "\\t";
-        } else {
-            shown += c;
-        }
-    }
-    return shown;
-}
-
-// <a x="1">'text'[cdata]<b></b></a>, control characters as in C.
-std::string Notation(const SmallTree& tree) {
-    if (tree.type == 3) return "'" + Shown(tree.text) + "'";
-    if (tree.type == 4) return "[" + Shown(tree.text) + "]";
-    std::string shown = "<" + Shown(tree.text);
-    for (const auto& [name, value] : tree.attrs) shown += " " + Shown(name) + "=\"" + Shown(value) + "\"";
-    shown += ">";
-    for (const SmallTree& child : tree.children) shown += Notation(child);
-    return shown + "</" + Shown(tree.text) + ">";
-}
-
-// The element and all below it as the DOM tells it.
-SmallTree ReadDom(IXMLDOMNode& node) {
-    DOMNodeType type = NODE_INVALID;
-    CheckCom(node.get_nodeType(&type));
-    CBstr name;
-    CheckCom(node.get_nodeName(name.Out()));
-    if (type != NODE_ELEMENT) {
-        CVariant value;
-        CheckCom(node.get_nodeValue(value.Out()));
-        return {static_cast<int>(type), Text(value.View()), {}, {}};
-    }
-    SmallTree tree = E(Text(name.View()));
-    LONG count = 0;
-    CComRef<IXMLDOMNamedNodeMap> attrs;
-    CheckCom(node.get_attributes(attrs.Out()));
-    CheckCom(attrs->get_length(&count));
-    for (LONG i = 0; i < count; ++i) {
-        CComRef<IXMLDOMNode> attr;
-        CheckCom(attrs->get_item(i, attr.Out()));
-        CVariant value;
-        CheckCom(attr->get_nodeName(name.Out()));
-        CheckCom(attr->get_nodeValue(value.Out()));
-        tree.attrs.emplace_back(Text(name.View()), Text(value.View()));
-    }
-    CComRef<IXMLDOMNodeList> children;
-    CheckCom(node.get_childNodes(children.Out()));
-    CheckCom(children->get_length(&count));
-    for (LONG i = 0; i < count; ++i) {
-        CComRef<IXMLDOMNode> child;
-        CheckCom(children->get_item(i, child.Out()));
-        tree.children.push_back(ReadDom(*child.Get()));
-    }
-    return tree;
-}
 
 // The DOM that the exporter builds; "(none)" when there is no document element.
 std::string BuiltDom(const SmallTree& tree) {
@@ -269,22 +207,6 @@ SmallTree Reconverted(const SmallTree& predicted) {
         tree.children.push_back(C(rest));
     }
     flush();
-    return tree;
-}
-
-SmallTree ReadDocument(IBinNode& node) {
-    if (node.GetType() != 1) return {static_cast<int>(node.GetType()), node.GetValue(), {}, {}};
-    SmallTree tree = E(node.GetName());
-    for (std::int32_t i = 0; i < node.GetAttrCount(); ++i) {
-        CComRef<IAttrPair> pair;
-        node.GetAttrPair(i, pair.Out());
-        tree.attrs.emplace_back(pair->GetName(), pair->GetValue());
-    }
-    for (std::int32_t i = 0; i < node.GetChildCount(); ++i) {
-        CComRef<IBinNode> child;
-        node.GetChild(i, child.Out());
-        tree.children.push_back(ReadDocument(*child.Get()));
-    }
     return tree;
 }
 
