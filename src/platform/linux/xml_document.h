@@ -80,6 +80,7 @@ private:
     ULONG m_references = 0;  // of node objects too
     bool m_isLoaded = false;
     std::unique_ptr<CXmlTree> m_tree;
+    std::unique_ptr<CXmlTree> m_emptyTree;     // from before the load: node objects may look at it
     std::unique_ptr<CXmlTreeEditor> m_editor;  // when something has been built by hand
     std::unique_ptr<XmlFault> m_fault;  // of the last load, or null
     FaceSlot* m_freeFaces = nullptr;

@@ -206,17 +206,17 @@ HRESULT CXmlDocument::load(VARIANT path, VARIANT_BOOL* done) {
     if (path.vt != VT_BSTR) return E_INVALIDARG;
     if (m_isLoaded || m_tree->NodeCount() > 1) return E_UNEXPECTED;
     return Guarded([&] {
-        m_isLoaded = true;
-        m_editor.reset();
-        XmlFault fault;
-        const bool isRead = ReadXmlFile(path.bstrVal, *m_tree, fault);
-        if (!isRead) {
-            // Half a tree is of no use to anybody.
-            m_tree = std::make_unique<CXmlTree>();
-            m_fault = std::make_unique<XmlFault>(std::move(fault));
+        auto tree = std::make_unique<CXmlTree>();
+        auto fault = std::make_unique<XmlFault>();
+        if (!ReadXmlFile(path.bstrVal, *tree, *fault)) {
+            m_fault = std::move(fault);
+            return S_FALSE;
         }
-        if (done) *done = isRead ? VARIANT_TRUE : VARIANT_FALSE;
-        return isRead ? S_OK : S_FALSE;
+        m_isLoaded = true;
+        m_fault.reset();
+        m_emptyTree = std::exchange(m_tree, std::move(tree));
+        if (done) *done = VARIANT_TRUE;
+        return S_OK;
     });
 }
 

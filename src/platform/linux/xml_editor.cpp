@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr WCHAR kLineBreak[] = {'\r', '\n'};
-constexpr std::size_t kLineBreakUnits = 2;
+constexpr WCHAR kLineBreak[kLineBreakUnits] = {'\r', '\n'};
 
 // From here on an element's attributes are looked up in a table.
 constexpr std::uint32_t kManyAttrs = 16;
@@ -67,8 +66,13 @@ HRESULT CXmlTreeEditor::CreateElement(TextView name, XmlNodeId& id) {
 }
 
 HRESULT CXmlTreeEditor::CreateText(DOMNodeType type, TextView text, XmlNodeId& id) {
+    if (const WCHAR* shared = SharedIndentation(text)) {
+        id = m_tree.AddTextNode(type, 0, nullptr, kNoXmlNode);
+        m_tree.Node(id).text = {shared, static_cast<std::uint32_t>(text.size()), true};
+        return S_OK;
+    }
     if (!IsXmlText(text)) return E_INVALIDARG;
-    id = AddText(type, text);
+    id = m_tree.AddTextNode(type, 0, m_tree.Texts().Copy(text), kNoXmlNode);
     return S_OK;
 }
 
@@ -78,15 +82,6 @@ HRESULT CXmlTreeEditor::CreateInstruction(TextView target, TextView data, XmlNod
     if (!InternName(target, number)) return E_INVALIDARG;
     id = m_tree.AddTextNode(NODE_PROCESSING_INSTRUCTION, number, m_tree.Texts().Copy(data), kNoXmlNode);
     return S_OK;
-}
-
-XmlNodeId CXmlTreeEditor::AddText(DOMNodeType type, TextView text) {
-    if (const WCHAR* shared = SharedIndentation(text)) {
-        const XmlNodeId id = m_tree.AddTextNode(type, 0, nullptr, kNoXmlNode);
-        m_tree.Node(id).text = {shared, static_cast<std::uint32_t>(text.size()), true};
-        return id;
-    }
-    return m_tree.AddTextNode(type, 0, m_tree.Texts().Copy(text), kNoXmlNode);
 }
 
 // Indentation takes as many tabs as the tree is deep, once for each element: without sharing, the memory for it would
@@ -172,9 +167,11 @@ bool CXmlTreeEditor::IsAncestor(XmlNodeId candidate, XmlNodeId node) const {
 }
 
 HRESULT CXmlTreeEditor::ReplaceByText(XmlNodeId element, TextView text) {
-    if (!IsXmlText(text)) return E_INVALIDARG;
     XmlNodeId id = kNoXmlNode;
-    if (!text.empty()) id = AddText(NODE_TEXT, text);
+    if (!text.empty()) {
+        const HRESULT result = CreateText(NODE_TEXT, text, id);
+        if (FAILED(result)) return result;
+    }
     m_tree.RemoveChildren(element);
     if (id != kNoXmlNode) m_tree.AppendChild(element, id);
     return S_OK;

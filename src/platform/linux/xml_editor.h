@@ -40,7 +40,6 @@ private:
     bool InternName(TextView name, std::uint32_t& number);
     bool IsName(std::string_view name);
     bool ParserTakesName(std::string_view name);
-    XmlNodeId AddText(DOMNodeType type, TextView text);
     const WCHAR* SharedIndentation(TextView text);
     bool IsAncestor(XmlNodeId candidate, XmlNodeId node) const;
     XmlAttr* FindAttr(XmlNodeId element, std::uint32_t name);

@@ -143,10 +143,13 @@ struct XmlElementData {
     std::uint32_t attrCount;
 };
 
+/// CR LF: what a shared text starts with, tabs follow.
+inline constexpr std::size_t kLineBreakUnits = 2;
+
 struct XmlTextData {
     const WCHAR* units;    // a BSTR, but for shared texts
     std::uint32_t length;  // in code units
-    bool isShared;         // a part of a longer text: not a BSTR, not terminated
+    bool isShared;         // an indentation, part of a longer one: not a BSTR, not terminated
 };
 
 /// One node. Elements and the document have `element`, all others `text`.

@@ -84,6 +84,9 @@ public:
     }
 
     void PutText(TextView text, Place place);
+    void PutTabs(std::size_t count);
+
+    bool HasFailed() const { return m_file.HasFailed(); }
 
     void Flush() {
         m_file.Write(m_block.get(), static_cast<std::size_t>(m_next - m_block.get()));
@@ -102,6 +105,16 @@ private:
     std::unique_ptr<char[]> m_block;
     char* m_next;
 };
+
+void CXmlSink::PutTabs(std::size_t count) {
+    while (count > 0) {
+        if (Room() == 0) Flush();
+        const std::size_t piece = std::min(count, Room());
+        std::memset(m_next, '\t', piece);
+        m_next += piece;
+        count -= piece;
+    }
+}
 
 void CXmlSink::PutText(TextView text, Place place) {
     while (text.size() > kMostUnitsAtOnce) {
@@ -189,7 +202,7 @@ bool IsDeclaration(const CXmlTree& tree, const XmlNode& node) {
 
 void CXmlWriter::WriteDocument() {
     m_frames.push_back({&m_tree.Node(kXmlDocumentNode), 0});
-    while (!m_frames.empty()) {
+    while (!m_frames.empty() && !m_sink.HasFailed()) {
         Frame& frame = m_frames.back();
         const XmlNode& parent = *frame.node;
         if (frame.nextChild == parent.element.childCount) {
@@ -234,7 +247,12 @@ void CXmlWriter::WriteLeaf(const XmlNode& node) {
     const TextView text = TextOf(node);
     switch (node.Type()) {
         case NODE_TEXT:
-            m_sink.PutText(text, IsBlank(text) ? kInBlankText : kInText);
+            if (node.text.isShared) {
+                m_sink.Put("\r\n");
+                m_sink.PutTabs(text.size() - kLineBreakUnits);
+            } else {
+                m_sink.PutText(text, IsBlank(text) ? kInBlankText : kInText);
+            }
             break;
         case NODE_CDATA_SECTION:
             WriteCData(text);

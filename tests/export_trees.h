@@ -1,0 +1,26 @@
+// Trees for the tests of the export: at random, with names and texts that XML cannot hold among them.
+#pragma once
+
+#include <random>
+
+#include "parvel/parvel.h"
+#include "platform/com_ptr.h"
+#include "small_tree.h"
+#include "test_files.h"
+
+using Random = std::mt19937;
+
+inline std::size_t Below(Random& random, std::size_t count) {
+    return random() % count;
+}
+
+/// Whether XML can hold a text, and one of the names used here.
+bool IsHeld(const Text& text);
+bool IsGoodName(const Text& name);
+
+SmallTree RandomTree(Random& random, int depth);
+
+CComRef<IBinDocument> LoadTree(const SmallTree& tree);
+CComRef<IBinNode> RootOf(IBinDocument& document);
+bool ExportFile(const SmallTree& tree, const Text& path);
+std::string ReadText(const std::filesystem::path& path);
