@@ -36,6 +36,7 @@ for target in "$@"; do
     [ "$target" != edits ] || longest=500
 
     found=no
+    # shellcheck disable=SC2086  # no dictionary, no word
     "$folder/fuzz_$target" -max_total_time="$seconds" -max_len=$longest -timeout=20 -rss_limit_mb=2048 \
         -print_final_stats=1 -artifact_prefix="$folder/found/$target-" $dictionary "$corpus" "$seeds" >"$log" 2>&1 ||
         found=yes

@@ -25,7 +25,7 @@ struct ResultOptions {
 
 [[noreturn]] void RefuseByte(const std::string& place, std::size_t offset, const std::string& what) {
     throw CFault(ExitCode::BadInput, place + ": byte " + std::to_string(offset), what,
-                 "give the text as UTF-8, or as UTF-16 with a byte order mark");
+                 "give it as UTF-8; standard input may also be UTF-16 with a byte order mark");
 }
 
 Text DecodeUtf16(const std::string& place, std::string_view bytes, bool isBigEndian) {
@@ -51,19 +51,22 @@ std::size_t FindBadByte(std::string_view bytes) {
     return offset;
 }
 
-Text Decode(const std::string& place, std::string_view bytes) {
-    if (bytes.starts_with("\xFF\xFE")) return DecodeUtf16(place, bytes, false);
-    if (bytes.starts_with("\xFE\xFF")) return DecodeUtf16(place, bytes, true);
-    const std::size_t markBytes = bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+Text DecodeUtf8(const std::string& place, std::string_view bytes) {
     Text text;
-    if (!Utf8ToText(bytes.substr(markBytes), text)) RefuseByte(place, FindBadByte(bytes), "not UTF-8");
+    if (!Utf8ToText(bytes, text)) RefuseByte(place, FindBadByte(bytes), "not UTF-8");
     return text;
 }
 
-Text ReadText(const std::string& argument) {
-    if (argument != "-") return Decode("the text", argument);
+Text ReadInput() {
     const std::string place = "standard input";
-    Text text = Decode(place, ReadStandardInput());
+    const std::string bytes = ReadStandardInput();
+    Text text;
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        text = DecodeUtf16(place, bytes, bytes.starts_with("\xFE"));
+    } else {
+        text = DecodeUtf8(place, bytes);
+        if (text.starts_with(u'\uFEFF')) text.erase(0, 1);
+    }
     const std::size_t zero = text.find(WCHAR(0));
     if (zero == Text::npos) return text;
     throw CFault(ExitCode::BadInput, place + ": character " + std::to_string(zero),
@@ -71,7 +74,7 @@ Text ReadText(const std::string& argument) {
 }
 
 ExitCode ShowResult(const ResultOptions& options) {
-    const Text text = ReadText(options.text);
+    const Text text = options.text == "-" ? ReadInput() : DecodeUtf8("the text", options.text);
     CComRef<IScriptResultParser> result;
     if (!GetScriptResultParser(text.c_str(), result.Out())) throw std::bad_alloc();
 
@@ -82,7 +85,7 @@ ExitCode ShowResult(const ResultOptions& options) {
     output.Finish();
     if (stoppedAt > 0) {
         throw CFault(ExitCode::BadInput, "", "lists nest too deep to be shown whole",
-                     "stopped at level " + std::to_string(stoppedAt) + "; --depth shows as many levels as you want");
+                     "ended at level " + std::to_string(stoppedAt) + "; --depth ends at any level before it");
     }
     if (text.ends_with(u'\n') && result->IsUnquoted() && *result->GetString() == 0) {
         std::fputs("parvel: the text ends with a line feed, so all of it was dropped; printf writes none\n", stderr);

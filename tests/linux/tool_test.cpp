@@ -237,7 +237,7 @@ TEST_F(Tool, ShowsResultsThatNestDeeperThanAnyStackAndSaysWhereItStops) {
     const Outcome deep = Run("(ulimit -s 256; parvel result - <deep) | tail -n 1");
     EXPECT_EQ(deep.output, std::string(80, ' ') + "[level 20000] list of 0 items\n") << deep.errors;
     const Row rows[] = {
-        {"parvel result - <long", 2, "[level 1999] list of 1 item …\n", "stopped at level 1999; --depth"},
+        {"parvel result - <long", 2, "[level 1999] list of 1 item …\n", "ended at level 1999; --depth"},
         {"parvel result --depth 1500 - <long", 0, "[level 1500] list of 1 item …\n", nullptr},
     };
     Check(rows);
@@ -282,6 +282,7 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel show big.bdoc", 2, nullptr, "byte 4: not a binary document: word 0 has 1024002 bytes"},
         {"parvel show minus.bdoc", 2, nullptr, "word 0 has a length of -1 bytes"},
         {"parvel result \"$(printf 'ab\\377')\"", 2, nullptr, "the text: byte 2: not UTF-8; "},
+        {"parvel result \"$(printf '\\377\\376a')\"", 2, nullptr, "the text: byte 0: not UTF-8; "},
         {"printf '\\342\\202' | parvel result -", 2, nullptr, "standard input: byte 0: not UTF-8; "},
         {"printf '\\377\\376a' | parvel result -", 2, nullptr, "byte 2: half a UTF-16 code unit"},
         {"printf '(a\\0)' | parvel result -", 2, nullptr, "standard input: character 2: a zero character"},
