@@ -100,6 +100,7 @@ protected:
         return document.LoadFromFile(m_folder.Path("in").c_str());
     }
     Bytes Saved(CBinaryDocument& document) {
+        std::filesystem::remove(m_folder.File("out"));
         EXPECT_TRUE(document.SaveToFile(m_folder.Path("out").c_str()));
         return ReadBytes(m_folder.File("out"));
     }
