@@ -93,24 +93,23 @@ void CXmlTreeBuilder::StartElement(const char* name, const char** attributes) {
     CloseText();
     if (!TakeFrom(m_nodesLeft, 1, kTooManyNodes)) return;
     const Frame& outer = m_frames.back();
-    const XmlNodeId id = m_tree.AddElement(m_tree.Names().Intern(name), outer.node);
+    const XmlNodeId id = m_tree.AddElement(m_tree.Names().Intern(name));
     if (outer.node == kXmlDocumentNode) m_tree.SetDocumentElement(id);
     m_pending.push_back(id);
 
     Frame frame = {id, static_cast<std::uint32_t>(m_pending.size()), outer.keepsBlanks};
-    XmlNode& element = m_tree.Node(id);
-    for (; *attributes; attributes += 2) AddAttribute(element, attributes[0], attributes[1], frame);
+    for (; *attributes; attributes += 2) AddAttribute(frame, attributes[0], attributes[1]);
     m_frames.push_back(frame);
 }
 
-void CXmlTreeBuilder::AddAttribute(XmlNode& element, const char* name, const char* value, Frame& frame) {
+void CXmlTreeBuilder::AddAttribute(Frame& frame, const char* name, const char* value) {
     const std::size_t valueBytes = std::strlen(value);
     if (!TakeFrom(m_attrsLeft, 1, kTooManyAttributes)) return;
     if (!TakeFrom(m_bytesLeft, static_cast<std::int64_t>(valueBytes), kTooMuchText)) return;
     const std::uint32_t number = InternAttributeName(name);
     m_tree.Texts().Begin();
     m_tree.Texts().Append(value, valueBytes);
-    m_tree.AddAttr(element, number, m_tree.Texts().Finish());
+    m_tree.AddAttr(frame.node, number, m_tree.Texts().Finish());
     if (number == m_spaceName) {
         const std::string_view mode(value, valueBytes);
         if (mode == "preserve" || mode == "default") frame.keepsBlanks = mode == "preserve";
@@ -166,7 +165,7 @@ void CXmlTreeBuilder::EndCData() {
 
 void CXmlTreeBuilder::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text) {
     if (!TakeFrom(m_nodesLeft, 1, kTooManyNodes)) return;
-    m_pending.push_back(m_tree.AddTextNode(type, name, text, m_frames.back().node));
+    m_pending.push_back(m_tree.AddTextNode(type, name, text));
 }
 
 void CXmlTreeBuilder::Comment(const char* bytes) {

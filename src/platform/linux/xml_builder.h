@@ -64,7 +64,7 @@ private:
     void CloseText();
     void AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text);
     void AddEntityReference(std::string_view name);
-    void AddAttribute(XmlNode& element, const char* name, const char* value, Frame& frame);
+    void AddAttribute(Frame& frame, const char* name, const char* value);
     std::uint32_t InternAttributeName(const char* name);
     bool TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason);
     void Stop(const char* reason);
