@@ -1,5 +1,5 @@
-// A view of one attribute, as it stood when the pair was made: over a record entry by its word indexes, or over a pending
-// attribute by copies of its texts.
+// A view of one attribute, as it stood when the pair was made: over a record entry by its word indexes, or over a
+// pending attribute by copies of its texts.
 //
 // A pair holds no reference on its element, but keeps the element's memory, so it can tell when the element or the
 // document is gone; it then answers null and false. A document keeps the memory of released pairs for the next ones.
@@ -35,7 +35,7 @@ private:
     std::uint32_t m_serial = 0;  // of the element's cell when the pair was made
     std::int32_t m_nameWord = 0;
     std::int32_t m_valueWord = 0;
-    bool m_isHeld = false;       // from a pending attribute
+    bool m_isHeld = false;  // from a pending attribute
     CBinNode* m_element = nullptr;
     CHeldText m_name;
     CHeldText m_value;

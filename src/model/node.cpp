@@ -26,9 +26,12 @@ CNodeState* CBinNode::State() const {
 
 CBinaryDocument* CBinNode::Document() const {
     switch (m_links & links::kKindMask) {
-        case links::kState: return links::Pointer<CNodeState>(m_links)->document;
-        case links::kGone: return nullptr;
-        default: return Slab()->document;
+        case links::kState:
+            return links::Pointer<CNodeState>(m_links)->document;
+        case links::kGone:
+            return nullptr;
+        default:
+            return Slab()->document;
     }
 }
 
@@ -179,7 +182,8 @@ bool CBinNode::HasUnmadeChildren() const {
 std::uint32_t CBinNode::WrittenChildCount() const {
     if (!HasMadeChildren()) return 0;
     std::uint32_t count = 0;
-    for (const CBinNode* child = FirstMadeChild(); child; child = NextMadeChild(child)) count += child->m_record ? 1 : 0;
+    for (const CBinNode* child = FirstMadeChild(); child; child = NextMadeChild(child))
+        count += child->m_record ? 1 : 0;
     return count;
 }
 
@@ -190,9 +194,12 @@ std::uint32_t CBinNode::UnmadeSpan() const {
 CBinNode* CBinNode::FirstMadeChild() const {
     const std::uintptr_t word = Links();
     switch (word & links::kKindMask) {
-        case links::kRun: return links::Pointer<CBinNode>(word);
-        case links::kList: return links::Pointer<CChildList>(word)->First();
-        default: return nullptr;
+        case links::kRun:
+            return links::Pointer<CBinNode>(word);
+        case links::kList:
+            return links::Pointer<CChildList>(word)->First();
+        default:
+            return nullptr;
     }
 }
 

@@ -99,8 +99,8 @@ bool CBinNode::RemoveFromParent() {
     return true;
 }
 
-// True when `other` is an ancestor of this node. The way up and the subtree of `other` are searched in step, so the cost
-// is that of the smaller: building a deep tree from the top stays linear.
+// True when `other` is an ancestor of this node. The way up and the subtree of `other` are searched in step, so the
+// cost is that of the smaller: building a deep tree from the top stays linear.
 bool CBinNode::IsBelow(const CBinNode* other) const {
     const CBinNode* below = other;
     for (const CBinNode* above = m_parent; above; above = above->m_parent) {

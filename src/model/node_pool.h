@@ -45,7 +45,7 @@ private:
     CNodeSlab* AddSlab(std::uint32_t capacity);
 
     CBinaryDocument* m_document;
-    CNodeSlab* m_slabs = nullptr;    // all of them; the first is the one to cut from
+    CNodeSlab* m_slabs = nullptr;  // all of them; the first is the one to cut from
     CBinNode* m_freeCells = nullptr;
     std::uint32_t m_nextCapacity = kFirstCapacity;
 

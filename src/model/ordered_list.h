@@ -1,8 +1,8 @@
 // An ordered list of objects that know their own place in it, with removal anywhere and look-up by position both in
 // logarithmic time. The list owns nothing. An item has a field `m_slot`, written by the list only while it is in it.
 //
-// Items stand in slots. Removing one from the middle leaves a hole; the slots are closed up when half of them are holes.
-// While there are holes, counts per 64 slots, per 64 * 64 slots and so on lead from a position to its slot.
+// Items stand in slots. Removing one from the middle leaves a hole; the slots are closed up when half of them are
+// holes. While there are holes, counts per 64 slots, per 64 * 64 slots and so on lead from a position to its slot.
 #pragma once
 
 #include <cstddef>

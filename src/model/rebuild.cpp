@@ -77,8 +77,8 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
         }
     } else {
         const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
-        const std::uint32_t word = isHeld ? m_newWords.AddWord(state->value.View(), false)
-                                          : MapWord(ReadU32(record + kWordOffset));
+        const std::uint32_t word =
+            isHeld ? m_newWords.AddWord(state->value.View(), false) : MapWord(ReadU32(record + kWordOffset));
         WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
     }
     if (!isWritten) {
@@ -169,8 +169,8 @@ std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
     return attrs.Count();
 }
 
-// Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would change
-// nothing but the indexes. (Every table that this library has saved is so.)
+// Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would
+// change nothing but the indexes. (Every table that this library has saved is so.)
 bool CRebuild::IsTableCanonical(const unsigned char* record) {
     const WCHAR* previous = nullptr;
     for (std::uint32_t i = 0; i < AttrCountOf(record); ++i) {

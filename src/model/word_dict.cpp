@@ -15,8 +15,8 @@ constexpr std::size_t kFirstSlotCount = 32;
 // Units in front of an arena word, where the file has the length field.
 constexpr std::size_t kLengthUnits = 2;
 
-// With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on purpose,
-// and the index is laid out anew under a seed that its maker cannot know.
+// With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on
+// purpose, and the index is laid out anew under a seed that its maker cannot know.
 constexpr std::size_t kSuspiciousRun = 1024;
 constexpr int kMostReseeds = 4;
 
