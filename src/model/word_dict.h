@@ -86,7 +86,8 @@ private:
     std::uint32_t* Find(TextView text, std::uint32_t hash);
     std::uint32_t Resolve(std::uint32_t value) const;
     void Enter(std::uint32_t hash, std::uint32_t value);
-    void Rehash(std::size_t slotCount);
+    void Rehash(std::size_t slotCount, std::uint64_t seed);
+    void Reseed() noexcept;
     void AppendOddWord(const unsigned char* bytes, std::size_t length);
 
     SharedBytes m_block;                  // keeps m_blockUnits alive
