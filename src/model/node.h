@@ -60,6 +60,8 @@ public:
     /// Edits and held texts; null for a node that has none.
     CNodeState* State() const;
     std::uint32_t Serial() const { return m_serial; }
+    /// True for a node that has ever moved into another document: see node_pool.h.
+    bool IsGuest() const { return (m_cell & kGuest) != 0; }
 
     /// Length of the child list, made or not.
     std::uint32_t ListCount() const;
@@ -120,6 +122,9 @@ private:
     };
 
     CNodeSlab* Slab() const;
+    void Keep();
+    void Unkeep();
+    void BecomeGuest();
     CNodeState& NeedState();
     std::uintptr_t& Links();
     std::uintptr_t Links() const;
@@ -134,6 +139,7 @@ private:
     const unsigned char* FindStored(TextView name) const;
     bool SetAttributeText(TextView name, TextView value);
     bool RemoveAttributeText(TextView name);
+    void SavePendingAttrs();
     CBinNode* OnlyTextChild();
     CBinNode* AppendNewText(std::uint32_t word);
 
@@ -147,8 +153,10 @@ private:
     void CopyElementTexts(CBinNode& copy);
     bool EqualsAlone(CBinNode& other);
 
+    static constexpr std::uint32_t kGuest = 0x80000000;
+
     std::uint32_t m_refs = 0;
-    std::uint32_t m_cell = 0;      // number of this node in its slab
+    std::uint32_t m_cell = 0;      // number of this node in its slab; with kGuest, its document is not the slab's
     CBinNode* m_parent = nullptr;  // of a free cell: the next free one
     unsigned char* m_record = nullptr;
     std::uintptr_t m_links = 0;  // see node_state.h

@@ -237,12 +237,12 @@ void CRebuild::ClearEdits(CBinNode& node) {
     state->isStored = false;
 }
 
-// Edits are over: back to 48 bytes, unless the node lives in another document's pool or has a list of its own.
+// Edits are over: back to 48 bytes, unless the state names the node's document or its children.
 void CRebuild::DropIdleState(CBinNode& node) {
     CNodeState* state = node.State();
     if (!state || node.m_record == state->largeRecord.get()) return;
     state->largeRecord.reset();
-    if (node.Slab()->document != state->document || (state->links & links::kKindMask) == links::kList) return;
+    if (node.IsGuest() || (state->links & links::kKindMask) == links::kList) return;
     const std::uintptr_t word = state->links;
     delete state;
     node.m_links = word;
