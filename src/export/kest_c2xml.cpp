@@ -9,10 +9,6 @@
 
 namespace {
 
-TextView ViewOf(const WCHAR* text) {
-    return text ? TextView(text) : TextView();
-}
-
 bool IsText(std::uint32_t type) {
     return type == PARVEL_TEXT || type == PARVEL_CDATA;
 }
@@ -44,13 +40,12 @@ private:
     void AppendIndentation(IXMLDOMNode& parent, std::int32_t depth);
     template <class Node>
     void Append(IXMLDOMNode& parent, const CComRef<Node>& child) {
-        CComRef<IXMLDOMNode> appended;
-        CheckCom(parent.appendChild(&child.Need(), appended.Out()));
+        CheckCom(parent.appendChild(&child.Need(), nullptr));
     }
 
     IXMLDOMDocument2& m_document;
     std::vector<OpenElement> m_path;  // from the outermost open element
-    Text m_indentation = WTEXT("\r\n");
+    CBstr m_indentation{TextView(WTEXT("\r\n"))};
     // Reused from call to call.
     CBstr m_name;
     CBstr m_text;
@@ -124,8 +119,8 @@ void CElementBuilder::AddText(OpenElement& open, const WCHAR* text) {
 
 void CElementBuilder::SetContent(OpenElement& open, const WCHAR* text) {
     // The value of an element is most often the text of its only child, which then comes a second time.
-    if (open.content && (open.content == text || TextView(open.content) == text)) return;
-    m_value.Assign(text);
+    if (open.content && (open.content == text || ViewOf(open.content) == ViewOf(text))) return;
+    m_value.Assign(ViewOf(text));
     CheckCom(open.element->put_nodeTypedValue(m_value.Get()));
     open.content = text;
 }
@@ -144,10 +139,9 @@ void CElementBuilder::SetAttributes(IXMLDOMElement& element, IBinNode& node) {
 
 void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth) {
     constexpr std::size_t kLineBreakUnits = 2;
-    m_indentation.resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
-    m_text.Assign(m_indentation);
+    m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
     CComRef<IXMLDOMText> text;
-    CheckCom(m_document.createTextNode(m_text.Get(), text.Out()));
+    CheckCom(m_document.createTextNode(m_indentation.Get(), text.Out()));
     Append(parent, text);
 }
 
