@@ -5,7 +5,7 @@ namespace {
 
 // Word 0 is not used, to tell when an operation brings it in.
 CBytes Base() {
-    return CBytes().Words({u"zero", u"a", u"x", u"1", u"hi", u"ID"});
+    return CBytes().Words({u"zero", u"a", u"x", u"1", u"hi", u"ID", u"Id"});
 }
 const Bytes kBase = Base().Element(1, 1, {2, 3}).TextNode(4);
 
@@ -46,7 +46,7 @@ const EditRow kEditRows[] = {
      kBase,
      [](IBinDocument* document, IBinNode*) {
          NodeAt(document, {0})->SetValue(WTEXT("1"));
-         EXPECT_EQ(static_cast<CBinaryDocument*>(document)->Words().GetWordCount(), 7u);
+         EXPECT_EQ(static_cast<CBinaryDocument*>(document)->Words().GetWordCount(), 8u);
      },
      "a[x=1]('1')",
      "a[x=1]('1')",
@@ -130,7 +130,7 @@ const EditRow kEditRows[] = {
      },
      "a[a=1][id=1]",
      "a[a=1][id=1]",
-     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"a", u"id", u"1"}},
+     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"Id", u"a", u"id", u"1"}},
     {"so has asking for one that is not there",
      Base().Element(1, 1, {5, 3}).Element(1, 0),
      [](IBinDocument* document, IBinNode* root) {
@@ -139,7 +139,7 @@ const EditRow kEditRows[] = {
      },
      "a[id=1](a)",
      "a[id=1](a)",
-     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"a", u"id", u"1"}},
+     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"Id", u"a", u"id", u"1"}},
     {"and storing is no different after the dictionary has changed",
      Base().Element(1, 0, {2, 3, 5, 3}),
      [](IBinDocument* document, IBinNode* root) {
@@ -161,7 +161,32 @@ const EditRow kEditRows[] = {
      },
      "a[x=1]('hi')",
      "a[x=1]('hi')",
-     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"a", u"x", u"1"}},
+     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"Id", u"a", u"x", u"1"}},
+    {"names that differ in case only become one when they are stored a second time",
+     Base().Element(1, 0, {5, 3, 6, 4}),
+     [](IBinDocument*, IBinNode* root) {
+         root->RemoveAttribute(WTEXT("none"));
+         EXPECT_EQ(Notation(root), "a[id=1][id=hi]");
+         root->RemoveAttribute(WTEXT("none"));
+     },
+     "a[id=hi]",
+     "a[id=hi]",
+     {u"zero", u"a", u"x", u"1", u"hi", u"ID", u"Id", u"a", u"id", u"1", u"hi"}},
+    {"children moved beside one that is not saved",
+     Base().Element(1, 2).TextNode(3).TextNode(4),
+     [](IBinDocument* document, IBinNode* root) {
+         IBinNode* bare = nullptr;
+         document->CreateNode(&bare);
+         Append(root, bare);
+         SavedBytes(document, CTestFolder());
+         Append(root, NodeAt(document, {0}).get());
+         bare->RemoveFromParent();
+         bare->Release();
+         document->SetModified(false);
+     },
+     "a('hi' '1')",
+     "a('hi' '1')",
+     {u"a", u"1", u"hi"}},
     {"RemoveAttribute",
      Base().Element(1, 0, {2, 3, 3, 2}),
      [](IBinDocument*, IBinNode* root) { EXPECT_TRUE(root->RemoveAttribute(WTEXT("x"))); },

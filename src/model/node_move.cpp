@@ -72,7 +72,6 @@ void CBinNode::Unhook() {
     CBinaryDocument* document = Document();
     if (m_parent) {
         TakeFromParent();
-        document->SetModified(true);
     } else if (document->Root() == this) {
         document->GiveUpRoot();
     } else {
