@@ -158,7 +158,7 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
             CheckCom(made->QueryInterface(IID_IXMLDOMDocument2, &asked));
             document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(asked));
         }
-        BuildElement(&document.Need(), nullptr, root, 0);
+        CElementBuilder(document.Need()).Build(nullptr, root, 0);
         const CVariant target{TextView(path)};
         CheckCom(document->save(target.Get()));
         return true;
@@ -168,6 +168,7 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
 }
 
 void CKestC2XML::BuildElement(IXMLDOMDocument2* document, IXMLDOMNode* parent, IBinNode* node,
-                              std::int32_t depth) noexcept {
+                              std::int32_t depth) noexcept try {
     if (document) CElementBuilder(*document).Build(parent, node, depth);
+} catch (...) {  // no memory to begin with
 }

@@ -40,7 +40,6 @@ public:
     const T* begin() const { return m_data; }
     const T* end() const { return m_data + m_size; }
     T& Back() { return m_data[m_size - 1]; }
-    std::size_t CapacityBytes() const { return m_capacity * sizeof(T); }
 
     void Clear() { m_size = 0; }
     void Truncate(std::size_t size) { m_size = size; }
@@ -53,11 +52,6 @@ public:
     /// Makes room for `count` more elements; the next ones then cannot fail.
     void MakeRoom(std::size_t count) {
         if (count > m_capacity - m_size) Grow(count);
-    }
-
-    /// Gives back what is reserved beyond the elements, where that is worth a move.
-    void ShrinkToFit() {
-        if (m_capacity - m_size > m_size / 8 && m_size > 0) Reallocate(m_size);
     }
 
     /// Hands the memory over; the caller frees it with std::free.
