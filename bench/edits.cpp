@@ -87,8 +87,15 @@ std::unique_ptr<Family> Edited(int count) {
     return family;
 }
 
+bool Rebuild(Family& family) {
+    static const std::string path = ScratchPath("rebuilt.bdoc");
+    return family.document->SaveToFile(Text(path.begin(), path.end()).c_str());
+}
+
+// A copy has what was saved, without the edits since.
 std::unique_ptr<Family> Copied(int count) {
     auto family = Edited(count);
+    Rebuild(*family);
     family->root->Clone(&family->copy, true);
     return family;
 }
@@ -117,11 +124,7 @@ const Edit kEdits[] = {
     {"edit_set_attributes", WithChildren, [](Family& family, int) { return family.SetAttributes(); }},
     {"edit_clone", Edited, [](Family& family, int) { return family.root->Clone(&family.copy, true); }},
     {"edit_compare", Copied, [](Family& family, int) { return family.root->IsEqual(&family.copy, true); }},
-    {"edit_rebuild", Edited,
-     [](Family& family, int) {
-         static const std::string path = ScratchPath("rebuilt.bdoc");
-         return family.document->SaveToFile(Text(path.begin(), path.end()).c_str());
-     }},
+    {"edit_rebuild", Edited, [](Family& family, int) { return Rebuild(family); }},
 };
 
 void SetManyOnOne(benchmark::State& state, int count) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 #include <time.h>
 
 #include <string>
@@ -17,12 +18,18 @@ inline double Now() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
+/// Where an operation finds memory. kFresh: what earlier ones freed has gone back to the system, and a new page costs
+/// what it costs a host that opens its first document. Otherwise it would be chance whose leavings one gets. kWarm: as
+/// it comes, for what is small and done again and again.
+enum class Memory { kFresh, kWarm };
+
 /// Runs `prepare`, `operation` on what it gave, and the destructor of that, again and again; only `operation` is timed.
 /// It gives false when it failed, and then there is no figure.
 template <class Prepare, class Operation>
-void Measure(benchmark::State& state, Prepare&& prepare, Operation&& operation) {
+void Measure(benchmark::State& state, Prepare&& prepare, Operation&& operation, Memory memory = Memory::kFresh) {
     for ([[maybe_unused]] auto _ : state) {
         auto subject = prepare();
+        if (memory == Memory::kFresh) malloc_trim(0);
         const double start = Now();
         const bool isDone = operation(*subject);
         const double end = Now();

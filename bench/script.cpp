@@ -2,11 +2,9 @@
 #include <parvel/parvel.h>
 
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <string>
 
-#include "contenders.h"
 #include "measure.h"
 
 namespace {
@@ -41,55 +39,46 @@ Text QuotedItem(std::size_t unitCount) {
     return quoted + u"\")";
 }
 
-struct CParser {
-    IScriptResultParser* parser = nullptr;
-
-    ~CParser() {
-        if (parser) parser->Release();
-    }
-};
-
 void Parse(benchmark::State& state, const Text& text, std::int32_t itemCount) {
-    Measure(
-        state, [] { return std::make_unique<CParser>(); },
-        [&](CParser& subject) {
-            return GetScriptResultParser(text.c_str(), &subject.parser) &&
-                   (itemCount < 0 || subject.parser->GetItemCount() == itemCount);
-        });
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size() * sizeof(WCHAR)));
+    for ([[maybe_unused]] auto _ : state) {
+        IScriptResultParser* parser = nullptr;
+        GetScriptResultParser(text.c_str(), &parser);
+        if (itemCount >= 0 && parser->GetItemCount() != itemCount) state.SkipWithError("wrong number of items");
+        parser->Release();
+    }
 }
 
 void LookAndCopy(benchmark::State& state, const Text& text) {
     const std::size_t byteCount = text.size() * sizeof(WCHAR);
-    Measure(
-        state, [] { return std::make_unique<std::unique_ptr<unsigned char[]>>(); },
-        [&](std::unique_ptr<unsigned char[]>& copy) {
-            const void* found = std::memchr(text.data(), 0xFF, byteCount);
-            copy = std::make_unique_for_overwrite<unsigned char[]>(byteCount);
-            std::memcpy(copy.get(), text.data(), byteCount);
-            benchmark::DoNotOptimize(copy.get());
-            return found == nullptr;
-        });
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(byteCount));
+    for ([[maybe_unused]] auto _ : state) {
+        if (std::memchr(text.data(), 0xFF, byteCount)) state.SkipWithError("found what is not there");
+        const auto copy = std::make_unique_for_overwrite<unsigned char[]>(byteCount);
+        std::memcpy(copy.get(), text.data(), byteCount);
+        benchmark::DoNotOptimize(copy.get());
+        benchmark::ClobberMemory();
+    }
+}
+
+using Maker = Text (*)(std::size_t);
+
+void RegisterShape(const std::string& figure, const std::string& label, Maker make, std::size_t size,
+                   std::int32_t itemCount) {
+    benchmark::RegisterBenchmark((figure + "/parvel/" + label).c_str(),
+                                 [=](benchmark::State& state) { Parse(state, make(size), itemCount); });
+    benchmark::RegisterBenchmark((figure + "/look_and_copy/" + label).c_str(),
+                                 [=](benchmark::State& state) { LookAndCopy(state, make(size)); });
 }
 
 }  // namespace
 
 void RegisterScript() {
-    constexpr std::size_t kItemCount = 1'000'000;
-    Register("script_million", "parvel", "items/1000000",
-             [](benchmark::State& state) { Parse(state, ListOf(kItemCount), static_cast<std::int32_t>(kItemCount)); });
-    Register("script_million", "look_and_copy", "items/1000000",
-             [](benchmark::State& state) { LookAndCopy(state, ListOf(kItemCount)); });
+    constexpr std::int32_t kItemCount = 1'000'000;
+    RegisterShape("script_million", "items/1000000", ListOf, kItemCount, kItemCount);
 
-    const std::pair<const char*, Text (*)(std::size_t)> shapes[] = {
+    const std::pair<const char*, Maker> shapes[] = {
         {"script_list", ListOfUnits}, {"script_lines", Lines}, {"script_quoted", QuotedItem}};
     for (std::size_t byteCount = 1'000; byteCount <= 100'000'000; byteCount *= 10) {
-        for (const auto& [figure, make] : shapes) {
-            Register(figure, "parvel", "bytes/" + std::to_string(byteCount),
-                     [make = make, byteCount](benchmark::State& state) {
-                         Parse(state, make(byteCount / sizeof(WCHAR)), -1);
-                     });
-        }
+        const std::string label = "bytes/" + std::to_string(byteCount);
+        for (const auto& [figure, make] : shapes) RegisterShape(figure, label, make, byteCount / sizeof(WCHAR), -1);
     }
 }

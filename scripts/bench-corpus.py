@@ -13,10 +13,11 @@ import gzip
 import hashlib
 import pathlib
 import re
+import shutil
 import sys
 import xml.parsers.expat
 
-VERSION = "1"  # change it when the output changes
+VERSION = "2"  # change it when the output changes
 MB = 1_000_000
 MIXED_BYTES = 100 * MB
 SERIES_STEPS = 8  # 100 MB, halved so often
@@ -169,15 +170,15 @@ def main():
     if done.exists() and done.read_text() == VERSION:
         return
     files, series, small = (folder / name for name in ("files", "series", "small"))
+    shutil.rmtree(folder, ignore_errors=True)
     for made in (files, series, small):
-        made.mkdir(parents=True, exist_ok=True)
+        made.mkdir(parents=True)
 
     (files / "interfaces.gir").write_bytes(read(GIR / "Gio-2.0.gir"))
     (files / "mime.xml").write_bytes(read(MIME))
     (files / "dictionary.xml").write_bytes(read(KANJI))
     (files / "locales.xml").write_bytes(joined(whole_files(LOCALES.glob("*.xml")), 20 * MB))
     (files / "handbook.xml").write_bytes(joined(whole_files(HANDBOOK.glob("*/*.html")), 10 * MB))
-    (files / "drawing.svg").write_bytes(read(CLIPART / "plants/bamboo_01.svg"))
     (files / "drawings.xml").write_bytes(joined(whole_files(CLIPART.glob("**/*.svg")), 10 * MB))
     for name, source in SMALL.items():
         (small / name).write_bytes(read(source))
