@@ -10,7 +10,7 @@ for purpose in "$@"; do
         build) ;;
         demo) packages="$packages shared-mime-info" ;;
         test)
-            packages="$packages libgtest-dev binutils"
+            packages="$packages libgtest-dev libxml2-dev binutils"
             # Brings the XML conformance suite; any npm will do.
             command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
             ;;

@@ -25,7 +25,8 @@ constexpr const char* kFooter =
     "Examples:\n"
     "  parvel convert menu.xml menu.bdoc\n"
     "  parvel show --depth 3 menu.bdoc\n"
-    "  parvel convert menu.xml - | parvel show -\n";
+    "  parvel convert menu.xml - | parvel show -\n"
+    "  parvel export menu.bdoc copy.xml\n";
 
 int Complain(ExitCode code, const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -33,7 +34,7 @@ int Complain(ExitCode code, const std::string& line) {
 }
 
 int Run(int argc, char** argv) {
-    CLI::App app("Binary documents: made from XML, looked into.", "parvel");
+    CLI::App app("Binary documents: made from XML, looked into, made XML again.", "parvel");
     app.set_version_flag("--version", "parvel " PARVEL_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.require_subcommand(0, 1);  // a word that is no verb is then told by name
@@ -41,6 +42,7 @@ int Run(int argc, char** argv) {
     Action chosen;
     AddConvertVerb(app, chosen);
     AddShowVerb(app, chosen);
+    AddExportVerb(app, chosen);
 
     try {
         app.parse(argc, argv);

@@ -45,7 +45,7 @@ void WalkXml(IXMLDOMNode* root, Visitor& visitor) {
     enter(*root, TypeOf(*root));
     while (!levels.empty()) {
         Level& level = levels.back();
-        if (level.next == level.length) {
+        if (level.next >= level.length) {
             visitor.Leave(level.convertedCount);
             levels.pop_back();
             continue;

@@ -95,6 +95,34 @@ TEST_F(Tool, ConvertsAndShows) {
     EXPECT_EQ(outcome.errors, "");
 }
 
+TEST_F(Tool, Exports) {
+    const char* xml =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<menu lang=\"en\">\r\n\t<dish price=\"3\">Soup</dish>\r\n\t<dish "
+        "hot=\"\" price=\"7\"> &lt;big&gt;\n</dish>\r\n\t<rest>\r\n\t\t<a>\r\n\t\t\t<b/>\r\n\t\t</a>\r\n\t\t<c/>\r\n\t"
+        "</rest>\r\n</menu>";
+    const char* lines[] = {
+        "parvel convert menu.xml x.bdoc && parvel export x.bdoc x.xml && cat x.xml",
+        "parvel convert menu.xml - | parvel export - -",
+        "parvel export x.bdoc x.xml && cat x.xml",
+    };
+    for (const char* line : lines) {
+        const Outcome outcome = Run(line);
+        EXPECT_EQ(outcome.output, xml) << line;
+        EXPECT_EQ(outcome.code, 0) << line << "\n" << outcome.errors;
+    }
+    const Row rows[] = {
+        {"parvel export none.bdoc y.xml", 3, nullptr, "none.bdoc: cannot open"},
+        {"parvel export menu.xml y.xml", 2, nullptr, "convert it first"},
+        {"parvel export x.bdoc none/y.xml", 3, nullptr, "none/y.xml: cannot open for writing: No such file"},
+        {"parvel export x.bdoc .", 3, nullptr, ".: cannot open for writing: Is a directory"},
+        {"parvel export x.bdoc /dev/full", 3, nullptr, "/dev/full: cannot write: No space left"},
+        {"parvel export x.bdoc x.bdoc", 4, nullptr, "x.bdoc: is the input as well"},
+        {"parvel export x.bdoc", 4, nullptr, "OUT.xml"},
+        {"test -e y.xml || { echo gone >&2; exit 1; }", 1, nullptr, "gone"},
+    };
+    Check(rows);
+}
+
 TEST_F(Tool, DoesTheSameThroughPipesAndStreams) {
     Write("größe\x01 1.xml", kMenuXml);
     const char* lines[] = {
@@ -230,6 +258,7 @@ TEST_F(Tool, HelpsAndTellsItsVersion) {
         {"parvel -h", 0, "convert", nullptr},
         {"parvel convert --help", 0, "OUT.bdoc", nullptr},
         {"parvel show --help", 0, "--depth", nullptr},
+        {"parvel export --help", 0, "OUT.xml", nullptr},
         {"parvel --version", 0, "parvel 1.", nullptr},
     };
     Check(rows);
@@ -248,7 +277,7 @@ TEST_F(Tool, RunsTheExamplesOfItsHelpAndManual) {
         EXPECT_NE(Run("parvel --help").output.find("  " + line + "\n"), std::string::npos) << line;
         ++count;
     }
-    EXPECT_GE(count, 3);
+    EXPECT_GE(count, 4);
 }
 
 TEST_F(Tool, NamesTheLimitThatTheReaderWouldRefuse) {

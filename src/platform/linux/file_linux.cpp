@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
 
 #include "platform/file.h"
 #include "platform/linux/path.h"
@@ -91,5 +93,8 @@ bool Close(std::intptr_t handle) {
 
 void RemoveFile(const WCHAR* path) {
     std::string name;
-    if (PathToFileName(path, name)) unlink(name.c_str());
+    if (!PathToFileName(path, name)) return;
+    const std::unique_ptr<char, decltype(&std::free)> target(realpath(name.c_str(), nullptr), std::free);
+    struct stat status = {};
+    if (target && stat(target.get(), &status) == 0 && S_ISREG(status.st_mode)) unlink(target.get());
 }
