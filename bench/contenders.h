@@ -62,6 +62,7 @@ private:
 class PlainRead {
 public:
     bool Load(const CaseFile& file);
+    void Release() { m_bytes.reset(); }
 
 protected:
     std::unique_ptr<unsigned char[]> m_bytes;

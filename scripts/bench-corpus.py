@@ -17,10 +17,10 @@ import shutil
 import sys
 import xml.parsers.expat
 
-VERSION = "2"  # change it when the output changes
+VERSION = "3"  # change it when the output changes
 MB = 1_000_000
 MIXED_BYTES = 100 * MB
-SERIES_STEPS = 8  # 100 MB, halved so often
+SERIES_STEPS = 7  # 100 MB, halved so often
 MOST_UNIT_BYTES = 200_000  # larger pieces would make the short mixed files unlike the long ones
 
 SHARE = pathlib.Path("/usr/share")

@@ -17,7 +17,6 @@ import time
 
 # Figures that are compared with each other run in one process; all others by themselves.
 GROUPS = {
-    "load": "load", "release_untouched": "load", "release_walked": "load",
     "load_walk": "walk", "first_answer": "walk", "clone": "walk", "compare": "walk",
     "save": "save", "edit_save": "save",
 }
