@@ -17,7 +17,7 @@ import time
 PACKAGES = ("libpugixml-dev", "libxml2-dev", "libexpat1-dev", "g++", "libc6")
 
 # title, our figure, what it is held against, how to read the ratio, target of the geometric mean, of the worst case
-FASTER = "times faster"  # peer / ours, at least
+FASTER = "as fast"  # peer / ours, at least
 ATMOST = "times"  # ours / peer, at most
 ROWS = [
     ("`LoadFromFile` against pugixml `load_file`", "load/parvel/files", "load/pugixml/files", FASTER, 3.8, 1.4),
@@ -130,7 +130,7 @@ def row_of(results, title, ours_name, peer_name, kind, target, worst_target, onl
     isMet = all(limit is None or (value >= limit if kind == FASTER else value <= limit)
                 for value, limit in ((mean, target), (ratios[worst], worst_target)))
     met = "-" if not targets else "yes" if isMet else "no"
-    measured = number(mean) + (" times faster" if kind == FASTER else "")
+    measured = number(mean) + (" times as fast" if kind == FASTER else "")
     return [title, measured, f"{number(ratios[worst])} ({worst})" if len(cases) > 1 else "", wanted, met]
 
 
@@ -185,6 +185,7 @@ def machine(raw):
     model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "?")
     versions = subprocess.run(["dpkg-query", "-W", "-f", "${Package} ${Version}\n", *PACKAGES], capture_output=True,
                               text=True).stdout.split("\n")
+    versions = dict.fromkeys(versions)  # of several architectures once
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
     return f"{model}, {raw['context']['num_cpus']} cores, {memory:.0f} GiB", ", ".join(filter(None, versions))
 
@@ -202,7 +203,7 @@ document finds fresh memory, as in a host that opens its first one. Memory is wh
 measurement.
 
 - Machine: {name}
-- Date: {time.strftime("%Y-%m-%d")}, at {commit}; the run took {raw["seconds"] / 60:.0f} minutes
+- Date: {time.strftime("%Y-%m-%d")}, at {commit}; the run took {raw["seconds"] / 60:.0f} minutes; load average when it began: {raw["load"]:.1f}
 - Versions: {versions}
 
 The files are made by `scripts/bench-corpus.py` from what Debian packages bring: interface descriptions
@@ -253,7 +254,7 @@ def plot(results):
         at = y(10**exponent)
         parts.append(f'<path d="M{left} {at:.1f}H{width - right}" stroke="#ddd"/>'
                      f'<text x="{left - 8}" y="{at + 4:.1f}" text-anchor="end">{10**exponent:g} ms</text>')
-    for size in (1, 2, 5, 10, 20, 50, 100):
+    for size in (2, 5, 10, 20, 50, 100):
         parts.append(f'<path d="M{x(size):.1f} {top}V{height - bottom}" stroke="#eee"/>'
                      f'<text x="{x(size):.1f}" y="{height - bottom + 18}" text-anchor="middle">{size}</text>')
     for who, colour in PLOT_LINES:

@@ -94,6 +94,7 @@ def main():
     names = names_of(program)
     wanted = [name for name in names if pattern.search("/".join(name))]
     start = time.time()
+    load = os.getloadavg()[0]
     context = {}
     figures = []
     for group, members in itertools.groupby(sorted(wanted, key=group_of), key=group_of):
@@ -103,7 +104,7 @@ def main():
         figures += figures_of(report)
     memory = measure_memory(os.path.join(folder, "parvel_bench_memory"), names, pattern)
     with open(out_path, "w") as out:
-        json.dump({"context": context, "filter": pattern.pattern, "seconds": time.time() - start, "figures": figures,
+        json.dump({"context": context, "load": load, "filter": pattern.pattern, "seconds": time.time() - start, "figures": figures,
                    "memory": memory}, out, indent=1)
     print(f"{time.time() - start:6.1f} s  done: {out_path}")
 

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the Debian packages that a make target needs and that are missing; does nothing, quickly, when all are there.
 #
-#   scripts/setup.sh [build] [demo] [test] [bench]      default: build
+#   scripts/setup.sh [build] [demo] [test] [bench] [fuzz]      default: build
 set -eu
 
 packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev"
@@ -20,8 +20,9 @@ for purpose in "$@"; do
             packages="$packages shared-mime-info libgirepository1.0-dev unicode-cldr-core kanjidic-xml debian-handbook"
             packages="$packages openclipart-svg"
             ;;
+        fuzz) packages="$packages clang libclang-rt-14-dev libgtest-dev" ;;
         *)
-            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench)" >&2
+            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench, fuzz)" >&2
             exit 4
             ;;
     esac

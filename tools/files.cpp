@@ -159,6 +159,12 @@ CHandle CTarget::Reopen() const {
     return CHandle(open(TextToUtf8(m_path).c_str(), O_RDONLY | O_CLOEXEC));
 }
 
+std::string ReadStandardInput() {
+    std::string all;
+    ReadAll(STDIN_FILENO, "standard input", [&](std::string_view bytes) { all += bytes; });
+    return all;
+}
+
 void COutput::Append(const std::string& text) {
     m_waiting += text;
     if (m_waiting.size() < kChunkBytes) return;

@@ -68,6 +68,9 @@ private:
     Text m_path;
 };
 
+/// All bytes of standard input. Throws CFault (NoAccess).
+std::string ReadStandardInput();
+
 /// Text for standard output. A reader that has gone ends the process quietly, with 0; any other failure throws
 /// CFault (NoAccess), from Append or from Finish.
 class COutput {

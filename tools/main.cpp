@@ -26,7 +26,8 @@ constexpr const char* kFooter =
     "  parvel convert menu.xml menu.bdoc\n"
     "  parvel show --depth 3 menu.bdoc\n"
     "  parvel convert menu.xml - | parvel show -\n"
-    "  parvel export menu.bdoc copy.xml\n";
+    "  parvel export menu.bdoc copy.xml\n"
+    "  parvel result \"(1 2.5 (a b))\"\n";
 
 int Complain(ExitCode code, const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -43,6 +44,7 @@ int Run(int argc, char** argv) {
     AddConvertVerb(app, chosen);
     AddShowVerb(app, chosen);
     AddExportVerb(app, chosen);
+    AddResultVerb(app, chosen);
 
     try {
         app.parse(argc, argv);

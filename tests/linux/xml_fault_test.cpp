@@ -9,6 +9,7 @@
 
 #include "convert/trans_xml2bin.h"
 #include "dom_tree.h"
+#include "model/document.h"
 #include "platform/dialog.h"
 #include "platform/utf8.h"
 #include "xml/msxml_helper.h"
@@ -154,7 +155,9 @@ TEST_F(XmlFaults, PermissionsAreHeeded) {
     WriteBytes(m_folder.File("secret.xml"), std::string("<a/>"));
     WriteBytes(m_folder.File("fixed"), std::string("fixed"));
     std::filesystem::create_directory(m_folder.File("closed"));
+    ASSERT_TRUE(TransformXmlToBinary(in.c_str(), m_folder.Path("secret.bdoc").c_str()));
     ASSERT_EQ(chmod(m_folder.File("secret.xml").c_str(), 0), 0);
+    ASSERT_EQ(chmod(m_folder.File("secret.bdoc").c_str(), 0), 0);
     ASSERT_EQ(chmod(m_folder.File("fixed").c_str(), 0444), 0);
     ASSERT_EQ(chmod(m_folder.File("closed").c_str(), 0555), 0);
     ASSERT_EQ(chmod(m_folder.File("").c_str(), 0777), 0);
@@ -168,6 +171,9 @@ TEST_F(XmlFaults, PermissionsAreHeeded) {
         failures |= TransformXmlToBinary(in.c_str(), m_folder.Path("fixed").c_str()) ? 2 : 0;
         failures |= TransformXmlToBinary(in.c_str(), inside.c_str()) ? 4 : 0;
         failures |= TransformXmlToBinary(in.c_str(), out.c_str()) ? 0 : 8;
+        const auto document = CComRef<IBinDocument>::Adopt(CBinaryDocument::Create());
+        failures |= document->LoadFromFile(m_folder.Path("secret.bdoc").c_str()) ? 16 : 0;
+        failures |= document->LoadFromFile(out.c_str()) ? 0 : 32;
         _exit(failures);
     }
     int status = 0;
@@ -176,6 +182,15 @@ TEST_F(XmlFaults, PermissionsAreHeeded) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
     EXPECT_EQ(ReadBytes(m_folder.File("fixed")).size(), 5u);
     EXPECT_EQ(ReadBytes(m_folder.File("out")).size(), 27u);
+}
+
+TEST_F(XmlFaults, AFullDiskIsNotNoticed) {
+    std::string xml = "<a>";
+    for (int i = 0; i < 100'000; ++i) xml += "<b/>x" + std::to_string(i);
+    for (const std::string& each : {std::string("<a/>"), xml + "</a>"}) {
+        EXPECT_TRUE(TransformXmlToBinary(Write(each).c_str(), WTEXT("/dev/full")));
+        EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+    }
 }
 
 }  // namespace

@@ -133,6 +133,10 @@ TEST_F(XmlHostile, SmallFilesDoNotUnfold) {
     }
 }
 
+TEST_F(XmlHostile, ADeviceWithoutEndIsNoXml) {
+    EXPECT_FALSE(TransformXmlToBinary(WTEXT("/dev/zero"), m_folder.Path("out").c_str()));
+}
+
 // Runs an operation in a thread with a small stack.
 void RunWithSmallStack(const std::function<void()>& operation) {
     pthread_attr_t attributes;

@@ -2,9 +2,9 @@
 //
 // What the parser itself does not bound is bounded here, against small files that unfold to large trees: the number of
 // nodes and attributes, the amount of text, how deeply entities may refer to each other, and how many attributes an
-// element may be declared to have. Passing a bound stops the parser like any fault of the file. Nothing outside the file
-// is ever read: a reference to an external entity becomes a node of its own. Parameter entities of the internal subset
-// are the file's own, and taken in.
+// element may be declared to have. Passing a bound stops the parser like any fault of the file. Nothing outside the
+// file is ever read: a reference to an external entity becomes a node of its own. Parameter entities of the internal
+// subset are the file's own, and taken in.
 #pragma once
 
 #include <expat.h>
@@ -71,20 +71,20 @@ private:
 
     CXmlTree& m_tree;
     XML_Parser m_parser;
-    std::vector<Frame> m_frames;        // the document and the open elements
-    std::vector<XmlNodeId> m_pending;   // children of open elements, the innermost element's last
-    bool m_isTextOpen = false;          // in the tree's arena
-    bool m_isTextBlank = false;         // and so far holds nothing but white space that may be dropped
+    std::vector<Frame> m_frames;       // the document and the open elements
+    std::vector<XmlNodeId> m_pending;  // children of open elements, the innermost element's last
+    bool m_isTextOpen = false;         // in the tree's arena
+    bool m_isTextBlank = false;        // and so far holds nothing but white space that may be dropped
     bool m_isInDoctype = false;
     bool m_isStopped = false;
     bool m_isOutOfMemory = false;
     const char* m_stopReason = nullptr;
     std::int64_t m_nodesLeft;
     std::int64_t m_attrsLeft;
-    std::int64_t m_bytesLeft;           // of texts and attribute values, in UTF-8
+    std::int64_t m_bytesLeft;  // of texts and attribute values, in UTF-8
     int m_nestingEntitiesLeft;
     std::vector<std::uint32_t> m_declaredAttrs;  // of each element, by the number of its name
-    std::uint32_t m_spaceName;          // xml:space
+    std::uint32_t m_spaceName;                   // xml:space
     // The parser keeps one copy of each attribute's name: its address finds our number without hashing.
     CachedName m_nameCache[kCachedNameCount] = {};
 };

@@ -63,7 +63,6 @@ public:
 
 private:
     bool ReadHead(CInputFile& file);
-    bool ReadRest(CInputFile& file, char* bytes, std::size_t capacity);
     bool ReadToEnd(CInputFile& file);
     bool ParseDirect(CInputFile& file, std::size_t size);
     bool ParseUtf8();
@@ -107,6 +106,8 @@ bool CXmlReader::ReadToEnd(CInputFile& file) {
     std::size_t capacity = std::max(kFirstReadBytes, static_cast<std::size_t>(size > 0 ? size + 1 : 0));
     m_source = {std::make_unique_for_overwrite<char[]>(capacity), m_headBytes};
     std::memcpy(m_source.bytes.get(), m_head, m_headBytes);
+    // UTF-8 with a zero in it is no XML, whatever follows; what follows may be without end, as with a device.
+    if (m_encoding.kind == XmlEncoding::Kind::kUtf8 && std::memchr(m_head, 0, m_headBytes)) return true;
     while (true) {
         const std::int64_t got = file.Read(m_source.bytes.get() + m_source.size, capacity - m_source.size);
         if (got < 0) return false;
