@@ -104,8 +104,8 @@ def main():
         figures += figures_of(report)
     memory = measure_memory(os.path.join(folder, "parvel_bench_memory"), names, pattern)
     with open(out_path, "w") as out:
-        json.dump({"context": context, "load": load, "filter": pattern.pattern, "seconds": time.time() - start, "figures": figures,
-                   "memory": memory}, out, indent=1)
+        json.dump({"context": context, "load": load, "filter": pattern.pattern, "seconds": time.time() - start,
+                   "figures": figures, "memory": memory}, out, indent=1)
     print(f"{time.time() - start:6.1f} s  done: {out_path}")
 
 
