@@ -222,7 +222,8 @@ repetitions. In brackets, for comparison, what others need on the same inputs. D
 {table(["file", "nodes", "loaded", "added by the walk", "together"], bytes_per_node(raw))}
 ## Times
 
-Medians in milliseconds. They depend on the machine; the ratios above hardly do.
+Medians in milliseconds. They depend on the machine, the ratios above far less so; what a page of fresh memory costs shows in
+both, and is much on a virtual machine.
 
 {table(heads, times)}
 ![Time to load over the size of the XML file](load-time.svg)
