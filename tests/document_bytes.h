@@ -21,7 +21,7 @@ public:
         return *this;
     }
     CBytes& Raw(std::initializer_list<int> bytes) {
-        for (const int byte : bytes) m_bytes.push_back(static_cast<unsigned char>(byte));
+        for (const int value : bytes) m_bytes.push_back(static_cast<unsigned char>(value));
         return *this;
     }
     CBytes& Word(const std::u16string& text) {

@@ -20,7 +20,7 @@ struct CNodeSlab {
     std::uint32_t cellCount;               // of those, the document's nodes and the cells it may use again
     std::uint32_t generation;              // of the pool when the slab was made
     std::uint64_t keepCount;               // the document's nodes held from outside, and pairs on them
-    std::atomic<std::uint32_t> holdCount;  // one of the pool, or of what it keeps; one of each guest
+    std::atomic<std::uint32_t> holdCount;  // of the pool or what it keeps: one; of each guest, and of each pair on one
 
     static CNodeSlab* Of(CBinNode* node) { return node->Slab(); }
     /// Cells lie behind the header.
