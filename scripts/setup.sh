@@ -4,13 +4,14 @@
 #   scripts/setup.sh [build] [demo] [test] [bench] [fuzz]      default: build
 set -eu
 
-packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev"
+# What configuring needs: it takes in the tests, whatever is built then.
+packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev libgtest-dev libxml2-dev"
 for purpose in "$@"; do
     case $purpose in
         build) ;;
         demo) packages="$packages shared-mime-info" ;;
         test)
-            packages="$packages libgtest-dev libxml2-dev binutils"
+            packages="$packages binutils"
             # Brings the XML conformance suite; any npm will do.
             command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
             ;;

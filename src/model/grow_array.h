@@ -54,6 +54,17 @@ public:
         if (count > m_capacity - m_size) Grow(count);
     }
 
+    /// Gives back what is reserved beyond the elements, if the allocator can.
+    void ShrinkToFit() {
+        if (m_size == m_capacity) return;
+        if (m_size == 0) {
+            std::free(Release());
+        } else if (void* data = std::realloc(static_cast<void*>(m_data), m_size * sizeof(T))) {
+            m_data = static_cast<T*>(data);
+            m_capacity = m_size;
+        }
+    }
+
     /// Hands the memory over; the caller frees it with std::free.
     T* Release() {
         m_size = m_capacity = 0;
