@@ -1,12 +1,15 @@
 // parvel: the command-line tool.
-#include <csignal>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "escape.h"
 #include "fault.h"
+#include "platform/program.h"
 #include "verbs.h"
 
 namespace {
@@ -32,7 +35,7 @@ int Complain(ExitCode code, const std::string& line) {
     return static_cast<int>(code);
 }
 
-int Run(int argc, char** argv) {
+int Run(std::vector<std::string> arguments) {
     CLI::App app("Binary documents: made from XML, looked into.", "parvel");
     app.set_version_flag("--version", "parvel " PARVEL_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
@@ -43,7 +46,8 @@ int Run(int argc, char** argv) {
     AddShowVerb(app, chosen);
 
     try {
-        app.parse(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
+        app.parse(std::move(arguments));
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
@@ -53,13 +57,9 @@ int Run(int argc, char** argv) {
     return static_cast<int>(chosen());
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    // A reader that goes away shows in the result of the write.
-    std::signal(SIGPIPE, SIG_IGN);
+int RunAndComplain(const std::vector<std::string>& arguments) {
     try {
-        return Run(argc, argv);
+        return Run(arguments);
     } catch (const CFault& fault) {
         return Complain(fault.Code(), fault.what());
     } catch (const std::bad_alloc&) {
@@ -69,4 +69,11 @@ int main(int argc, char** argv) {
     } catch (...) {
         return Complain(ExitCode::InternalFault, "parvel: internal fault");
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const CProgram program(argc, argv);
+    return RunAndComplain(program.Arguments());
 }
