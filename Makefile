@@ -1,6 +1,6 @@
 # A thin face on CMake; the build itself is in CMakeLists.txt and CMakePresets.json.
 .DEFAULT_GOAL := lib
-.PHONY: lib cli demo test test-sanitize install clean
+.PHONY: lib cli demo test test-sanitize windows test-windows install clean
 
 PREFIX ?= /usr/local
 JOBS := $(shell nproc)
@@ -35,6 +35,15 @@ test-sanitize:  ## the same tests with address and undefined-behaviour sanitizer
 	@$(MAKE) --no-print-directory build/sanitize/build.ninja
 	cmake --build --preset sanitize
 	ctest --preset sanitize -j $(JOBS)
+
+windows:  ## build/windows/Parvel.DLL and build/windows/parvel.exe, for 32-bit Windows
+	@scripts/setup.sh build windows
+	@$(MAKE) --no-print-directory build/windows/build.ninja
+	cmake --build --preset windows --target parvel parvel_cli
+
+test-windows:  ## the same tests as 32-bit Windows programs, and the real DLL, under Wine
+	@scripts/setup.sh build windows test-windows wine
+	@scripts/test-windows.sh
 
 install: build/native/build.ninja  ## header, library, tool, CMake package, pkg-config file, man page
 	cmake --build --preset release --target parvel parvel_cli

@@ -1,10 +1,13 @@
 #!/bin/sh
 # Installs the Debian packages that a make target needs and that are missing; does nothing, quickly, when all are there.
 #
-#   scripts/setup.sh [build] [demo] [test] [bench]      default: build
+#   scripts/setup.sh [build] [demo] [test] [bench] [windows] [test-windows] [wine]      default: build
+#
+# 32-bit Wine ("wine") cannot be had on every machine; scripts/setup-wine.sh has the details.
 set -eu
 
 packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev"
+wantsWine=
 for purpose in "$@"; do
     case $purpose in
         build) ;;
@@ -15,8 +18,11 @@ for purpose in "$@"; do
             command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
             ;;
         bench) packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev pkg-config shared-mime-info" ;;
+        windows) packages="$packages g++-mingw-w64-i686-win32 mingw-w64-tools faketime" ;;
+        test-windows) packages="$packages g++-mingw-w64-i686-win32 mingw-w64-tools faketime googletest xvfb xdotool" ;;
+        wine) wantsWine=1 ;;
         *)
-            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench)" >&2
+            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench, windows, test-windows, wine)" >&2
             exit 4
             ;;
     esac
@@ -27,21 +33,25 @@ for package in $packages; do
     state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=
     [ "$state" = installed ] || missing="$missing $package"
 done
-[ -n "$missing" ] || exit 0
 
-echo "Installing:$missing"
-as_root=
-if [ "$(id -u)" -ne 0 ]; then
-    if ! command -v sudo >/dev/null 2>&1; then
-        echo "setup.sh: run this once as root: apt-get install$missing" >&2
-        exit 3
+if [ -n "$missing" ]; then
+    echo "Installing:$missing"
+    as_root=
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null 2>&1; then
+            echo "setup.sh: run this once as root: apt-get install$missing" >&2
+            exit 3
+        fi
+        as_root=sudo
     fi
-    as_root=sudo
+
+    # The package lists may be old or not there at all, which shows in the attempt. Lists of an architecture or a source
+    # that this does not need may be out of order: then the update complains, and the install tells.
+    install() {
+        # shellcheck disable=SC2086  # a list of names
+        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing
+    }
+    install || { $as_root apt-get update -q || true; install; }
 fi
 
-# The package lists may be old or not there at all, which shows in the attempt.
-install() {
-    # shellcheck disable=SC2086  # a list of names
-    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing
-}
-install || { $as_root apt-get update -q && install; }
+[ -z "$wantsWine" ] || exec "$(dirname "$0")/setup-wine.sh"

@@ -74,9 +74,9 @@ public:
         return first;
     }
 
-    /// Adds `count` elements of which every byte is `byte`.
-    void ExtendFilled(std::size_t count, unsigned char byte) {
-        if (count > 0) std::memset(static_cast<void*>(Extend(count)), byte, count * sizeof(T));
+    /// Adds `count` elements of which every byte is `filler`.
+    void ExtendFilled(std::size_t count, unsigned char filler) {
+        if (count > 0) std::memset(static_cast<void*>(Extend(count)), filler, count * sizeof(T));
     }
 
     void Append(T value) { *Extend(1) = value; }
