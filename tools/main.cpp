@@ -39,6 +39,7 @@ int Run(std::vector<std::string> arguments) {
     CLI::App app("Binary documents: made from XML, looked into.", "parvel");
     app.set_version_flag("--version", "parvel " PARVEL_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
+    app.allow_windows_style_options(false);  // what starts with a slash is a path
     app.require_subcommand(0, 1);  // a word that is no verb is then told by name
     app.footer(kFooter);
     Action chosen;

@@ -35,6 +35,7 @@ void CLodanApp::ReadConfiguration() {
     WCHAR path[260] = {};
     g_lower = 0;
     if (GetModuleFileNameW(nullptr, path, std::size(path)) == 0) return;
+    path[std::size(path) - 1] = 0;  // not every system ends a path that it has cut
     if (!PathRenameExtensionW(path, WTEXT(".ini"))) return;
     g_lower = ReadSetting(WTEXT("Lower"), path);
     g_logLevel = ReadSetting(WTEXT("LogLevel"), path);

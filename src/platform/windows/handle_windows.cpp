@@ -6,7 +6,7 @@
 #include "platform/handle.h"
 #include "platform/utf8.h"
 
-const int kIsFolderError = 336;  // "An operation is not supported on a directory."; not in these headers by name
+const int kIsFolderError = 336;  // "not supported on a directory": newer than some systems
 const char* const kTemporaryFolderVariable = "TMP";
 
 namespace {
@@ -53,6 +53,7 @@ DWORD PieceOf(std::size_t size) {
 }  // namespace
 
 std::string SystemText(int error) {
+    if (error == kIsFolderError) return "Is a directory";
     WCHAR text[512];
     constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
     DWORD length = FormatMessageW(kFlags, nullptr, static_cast<DWORD>(error), 0, text,
