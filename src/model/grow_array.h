@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -95,7 +96,8 @@ private:
     }
 
     void Reallocate(std::size_t capacity) {
-        if (capacity > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_alloc();
+        // Nothing larger than what pointers can be apart.
+        if (capacity > static_cast<std::size_t>(PTRDIFF_MAX) / sizeof(T)) throw std::bad_alloc();
         void* data = std::realloc(static_cast<void*>(m_data), capacity * sizeof(T));
         if (!data) throw std::bad_alloc();
         m_data = static_cast<T*>(data);

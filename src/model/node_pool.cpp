@@ -1,5 +1,6 @@
 #include "model/node_pool.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -19,7 +20,8 @@ CNodePool::~CNodePool() {
 }
 
 CNodeSlab* CNodePool::AddSlab(std::uint32_t capacity) {
-    void* memory = std::malloc(sizeof(CNodeSlab) + std::size_t{capacity} * sizeof(CBinNode));
+    const std::uint64_t byteCount = sizeof(CNodeSlab) + std::uint64_t{capacity} * sizeof(CBinNode);
+    void* memory = byteCount <= PTRDIFF_MAX ? std::malloc(static_cast<std::size_t>(byteCount)) : nullptr;
     if (!memory) throw std::bad_alloc();
     return new (memory) CNodeSlab{m_document, nullptr, capacity, 0, 0};
 }
