@@ -25,3 +25,6 @@ public:
 private:
     ExitCode m_code;
 };
+
+/// Thrown where standard output has lost its reader: the tool ends quietly, with Done.
+class CReaderGone {};

@@ -1,6 +1,5 @@
 #include "files.h"
 
-#include <cstdlib>
 #include <string_view>
 
 #include "fault.h"
@@ -40,7 +39,7 @@ void WriteOutput(std::string_view bytes) {
     CHandle output;
     int error = output.OpenStandardOutput();
     if (error == 0) error = output.Write(bytes);
-    if (IsReaderGone(error)) std::_Exit(static_cast<int>(ExitCode::Done));
+    if (IsReaderGone(error)) throw CReaderGone();
     if (error != 0) FailAccess("standard output", "write", error, "");
 }
 

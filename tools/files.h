@@ -57,8 +57,8 @@ private:
     Text m_path;
 };
 
-/// Text for standard output. A reader that has gone ends the process quietly, with 0; any other failure throws
-/// CFault (NoAccess), from Append or from Finish.
+/// Text for standard output. A reader that has gone throws CReaderGone, any other failure CFault (NoAccess), from Append or
+/// from Finish.
 class COutput {
 public:
     void Append(const std::string& text);

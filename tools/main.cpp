@@ -61,6 +61,8 @@ int Run(std::vector<std::string> arguments) {
 int RunAndComplain(const std::vector<std::string>& arguments) {
     try {
         return Run(arguments);
+    } catch (const CReaderGone&) {
+        return static_cast<int>(ExitCode::Done);
     } catch (const CFault& fault) {
         return Complain(fault.Code(), fault.what());
     } catch (const std::bad_alloc&) {

@@ -64,7 +64,7 @@ std::string SystemText(int error) {
 }
 
 bool IsReaderGone(int error) {
-    return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA;
+    return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED;
 }
 
 CHandle::~CHandle() {
