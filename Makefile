@@ -40,6 +40,8 @@ windows:  ## build/windows/Parvel.DLL and build/windows/parvel.exe, for 32-bit W
 	@scripts/setup.sh build windows
 	@$(MAKE) --no-print-directory build/windows/build.ninja
 	cmake --build --preset windows --target parvel parvel_cli
+	@cmake -DOBJDUMP=i686-w64-mingw32-objdump -DDLL=build/windows/Parvel.DLL -DTOOL=build/windows/parvel.exe \
+		-DEXPECTED=tests/exports.txt -P tests/windows/pe_test.cmake
 
 test-windows:  ## the same tests as 32-bit Windows programs, and the real DLL, under Wine
 	@scripts/setup.sh build windows test-windows wine
