@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -79,9 +80,9 @@ public:
         return first;
     }
 
-    /// Adds `count` elements of which every byte is `byte`.
-    void ExtendFilled(std::size_t count, unsigned char byte) {
-        if (count > 0) std::memset(static_cast<void*>(Extend(count)), byte, count * sizeof(T));
+    /// Adds `count` elements of which every byte is `filler`.
+    void ExtendFilled(std::size_t count, unsigned char filler) {
+        if (count > 0) std::memset(static_cast<void*>(Extend(count)), filler, count * sizeof(T));
     }
 
     void Append(T value) { *Extend(1) = value; }
@@ -100,7 +101,8 @@ private:
     }
 
     void Reallocate(std::size_t capacity) {
-        if (capacity > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_alloc();
+        // Nothing larger than what pointers can be apart.
+        if (capacity > static_cast<std::size_t>(PTRDIFF_MAX) / sizeof(T)) throw std::bad_alloc();
         void* data = std::realloc(static_cast<void*>(m_data), capacity * sizeof(T));
         if (!data) throw std::bad_alloc();
         m_data = static_cast<T*>(data);
