@@ -1,6 +1,6 @@
 # A thin face on CMake; the build itself is in CMakeLists.txt and CMakePresets.json.
 .DEFAULT_GOAL := lib
-.PHONY: lib cli demo test test-sanitize windows test-windows install clean
+.PHONY: lib cli demo test test-sanitize fuzz windows test-windows install clean
 
 PREFIX ?= /usr/local
 JOBS := $(shell nproc)
@@ -35,6 +35,12 @@ test-sanitize:  ## the same tests with address and undefined-behaviour sanitizer
 	@$(MAKE) --no-print-directory build/sanitize/build.ninja
 	cmake --build --preset sanitize
 	ctest --preset sanitize -j $(JOBS)
+
+fuzz:  ## coverage-guided fuzzers, each for FUZZ_SECONDS=60
+	@scripts/setup.sh build fuzz
+	@$(MAKE) --no-print-directory build/fuzz/build.ninja
+	cmake --build --preset fuzz
+	@scripts/fuzz.sh
 
 windows:  ## build/windows/Parvel.DLL and build/windows/parvel.exe, for 32-bit Windows
 	@scripts/setup.sh build windows

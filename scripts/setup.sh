@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the Debian packages that a make target needs and that are missing; does nothing, quickly, when all are there.
 #
-#   scripts/setup.sh [build] [demo] [test] [bench] [windows] [test-windows] [wine]      default: build
+#   scripts/setup.sh [build] [demo] [test] [bench] [fuzz] [windows] [test-windows] [wine]      default: build
 #
 # 32-bit Wine ("wine") cannot be had on every machine; scripts/setup-wine.sh has the details.
 set -eu
@@ -13,16 +13,17 @@ for purpose in "$@"; do
         build) ;;
         demo) packages="$packages shared-mime-info" ;;
         test)
-            packages="$packages libgtest-dev binutils"
+            packages="$packages libgtest-dev libxml2-dev binutils"
             # Brings the XML conformance suite; any npm will do.
             command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
             ;;
         bench) packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev pkg-config shared-mime-info" ;;
+        fuzz) packages="$packages clang libclang-rt-14-dev libgtest-dev" ;;
         windows) packages="$packages g++-mingw-w64-i686-win32 mingw-w64-tools faketime" ;;
         test-windows) packages="$packages g++-mingw-w64-i686-win32 mingw-w64-tools faketime googletest xvfb xdotool" ;;
         wine) wantsWine=1 ;;
         *)
-            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench, windows, test-windows, wine)" >&2
+            echo "setup.sh: no such purpose: $purpose (build, demo, test, bench, fuzz, windows, test-windows, wine)" >&2
             exit 4
             ;;
     esac

@@ -100,6 +100,7 @@ protected:
         return document.LoadFromFile(m_folder.Path("in").c_str());
     }
     Bytes Saved(CBinaryDocument& document) {
+        std::filesystem::remove(m_folder.File("out"));
         EXPECT_TRUE(document.SaveToFile(m_folder.Path("out").c_str()));
         return ReadBytes(m_folder.File("out"));
     }
@@ -149,6 +150,9 @@ TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
         {"attribute count -1", CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(kNoWord).Number(0), "a",
          CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(kNoWord).Number(0)},
         {"child count -2", CBytes().Words({u"a"}).Element(0, -2), "a", CBytes().Words({u"a"}).Element(0, -2)},
+        {"the least counts",
+         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(0x80000000).Number(0x80000000), "a",
+         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(0x80000000).Number(0x80000000)},
         {"a zero in a word ends it", CBytes().Words({{u'a', 0, u'b'}, u"c"}).Element(0, 1).TextNode(1), "a('c')",
          CBytes().Words({u"a", u"c"}).Element(0, 1).TextNode(1)},
         {"odd last word", CBytes().Number(1).Number(3).Raw({0x41, 0}).Element(0, 0), "A\x01",
@@ -225,14 +229,16 @@ TEST_F(Layout, LimitsAreExact) {
 
 TEST_F(Layout, LastFileSizeLimitsTheWordBytesOfABuffer) {
     const DocumentPtr document = NewDocument();
-    const Bytes file = CBytes().Words({}).Element(0, 0);  // 21 bytes
+    const Bytes file = CBytes().Words({}).Element(0, 0).Raw({9});
+    ASSERT_EQ(file.size(), 22u);
     ASSERT_TRUE(LoadFile(*document, file));
     const auto buffer = [](std::size_t units) {
         return Bytes(CBytes().Words({std::u16string(10, u'a'), std::u16string(units, u'b')}).Element(0, 0));
     };
-    EXPECT_FALSE(document->LoadFromBuffer(buffer(1).data()));
+    EXPECT_FALSE(document->LoadFromBuffer(buffer(2).data()));
     EXPECT_EQ(document->Words().GetWordCount(), 1u);
-    ASSERT_TRUE(document->LoadFromBuffer(buffer(0).data()));
+    EXPECT_TRUE(document->LoadFromBuffer(buffer(1).data()));
+    EXPECT_FALSE(document->LoadFromBuffer(nullptr));
 }
 
 TEST_F(Layout, CountsThatTheBytesCannotHoldFail) {

@@ -301,7 +301,9 @@ Node* Doc::Root() {
 namespace {
 
 std::uint32_t ReadNumber(const Bytes& bytes, std::size_t at) {
-    return bytes[at] | bytes[at + 1] << 8 | bytes[at + 2] << 16 | static_cast<std::uint32_t>(bytes[at + 3]) << 24;
+    std::uint32_t number = 0;
+    for (std::size_t i = 4; i-- > 0;) number = number << 8 | bytes[at + i];
+    return number;
 }
 
 void WriteNumber(Bytes& bytes, std::uint32_t number) {

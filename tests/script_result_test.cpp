@@ -14,6 +14,7 @@
 #include "platform/unit_mask.h"
 #include "platform/utf8.h"
 #include "script/script_result_parser.h"
+#include "script_model.h"
 
 namespace {
 
@@ -50,20 +51,9 @@ std::string Repeat(std::string_view part, std::size_t count) {
     return text;
 }
 
-/// <an unquoted value>, "a quoted value", [the items of a list]; with its whole text before them where asked for.
+/// The whole tree, as script_model.h writes it.
 std::string Notation(const CParser& parser, bool withListTexts = false) {
-    const std::string text = TextToUtf8(parser->GetString());
-    if (parser->IsValue()) {
-        EXPECT_EQ(parser->GetItemCount(), 0);
-        return parser->IsUnquoted() ? "<" + text + ">" : "\"" + text + "\"";
-    }
-    EXPECT_FALSE(parser->IsUnquoted());
-    std::string notation = withListTexts ? "[" + text + ":" : "[";
-    for (std::int32_t i = 0; i < parser->GetItemCount(); ++i) {
-        if (i > 0) notation += ' ';
-        notation += Notation(parser.Item(i), withListTexts);
-    }
-    return notation + "]";
+    return ScriptNotation(parser.operator->(), withListTexts);
 }
 
 TEST(ScriptResult, OpensToTheTree) {
@@ -165,79 +155,6 @@ TEST(ScriptResult, ListShowsItsWholeText) {
     for (const auto& row : rows) EXPECT_EQ(TextToUtf8(CParser(Wide(row.text))->GetString()), row.shown);
 }
 
-// ---- The rules once more, string by string, as slow and plain as they are told.
-
-std::string ModelNotation(Text text);
-
-int ModelClosingQuote(const Text& text, int start) {
-    std::size_t quote = text.find('"', static_cast<std::size_t>(start));
-    while (quote != Text::npos && quote > 0) {
-        if (text[quote - 1] != '\\') return static_cast<int>(quote);
-        quote = text.find('"', quote + 1);
-    }
-    return -1;
-}
-
-int ModelSplit(const Text& rest) {
-    if (!rest.empty() && rest[0] == '(') return rest.find(')') == Text::npos ? 0 : static_cast<int>(rest.find(')')) + 1;
-    if (!rest.empty() && rest[0] == '"') return ModelClosingQuote(rest, 1) + 1;
-    return rest.find(' ') == Text::npos ? -1 : static_cast<int>(rest.find(' '));
-}
-
-std::vector<Text> ModelItems(Text rest) {
-    std::vector<Text> items;
-    rest = rest.substr(1);
-    rest = rest.find(')') == Text::npos ? Text() : rest.substr(0, rest.rfind(')'));
-    int split = ModelSplit(rest);
-    while (split > 0) {
-        items.push_back(rest.substr(0, static_cast<std::size_t>(split)));
-        if (split >= static_cast<int>(rest.size()) - 1) {
-            rest.clear();
-            break;
-        }
-        rest = rest.substr(static_cast<std::size_t>(split) + 1);
-        split = ModelSplit(rest);
-    }
-    if (!rest.empty()) items.push_back(rest);
-    return items;
-}
-
-std::string ModelList(const Text& text, const Text& list) {
-    std::string notation = "[" + TextToUtf8(text) + ":";
-    const char* separator = "";
-    for (const Text& item : ModelItems(list)) notation += std::exchange(separator, " ") + ModelNotation(item);
-    return notation + "]";
-}
-
-std::string ModelValue(const Text& text) {
-    if (text.empty() || text[0] != '"') return "<" + TextToUtf8(text) + ">";
-    const Text rest = text.substr(1);
-    const Text inner = rest.find('"') == Text::npos ? Text() : rest.substr(0, rest.rfind('"'));
-    Text value;
-    for (std::size_t i = 0; i < inner.size(); ++i) {
-        if (inner[i] != '\\') {
-            value += inner[i];
-        } else if (++i < inner.size()) {
-            const std::string_view letters = "abtnvfr";
-            const std::size_t letter = inner[i] < 128 ? letters.find(static_cast<char>(inner[i])) : std::string::npos;
-            value += letter == std::string::npos ? inner[i] : static_cast<WCHAR>("\a\b\t\n\v\f\r"[letter]);
-        }
-    }
-    return "\"" + TextToUtf8(value) + "\"";
-}
-
-std::string ModelNotation(Text text) {
-    for (;;) {
-        if (!text.empty() && text[0] == '(') return ModelList(text, text);
-        if (!text.empty() && text[0] == '\'') {
-            const Text rest = text.substr(1);
-            return !rest.empty() && rest[0] == '(' ? ModelList(text, rest) : ModelValue(rest);
-        }
-        if (text.find('\n') == Text::npos) return ModelValue(text);
-        text = text.substr(text.find('\n') + 1);
-    }
-}
-
 /// Texts of up to `mostUnits` of the units that mean something, some of them rare in each text.
 Text RandomText(std::mt19937& random, std::size_t mostUnits) {
     static constexpr char kUnits[] = "()\"'\\ \nabn09*";
@@ -258,7 +175,7 @@ TEST(ScriptResult, RandomTextsOpenAsTheModelSays) {
     std::mt19937 random(5);
     for (int i = 0; i < 60'000; ++i) {
         const Text text = RandomText(random, i % 20 == 0 ? 700 : 40);
-        ASSERT_EQ(Notation(CParser(text), true), ModelNotation(text)) << i << ": " << TextToUtf8(text);
+        ASSERT_EQ(Notation(CParser(text), true), ScriptModelNotation(text)) << i << ": " << TextToUtf8(text);
     }
 }
 
@@ -271,7 +188,7 @@ TEST(ScriptResult, ItemsOfEveryLengthOpenAsTheModelSays) {
             for (const char* after : {"", ")", "\"", "\\\" \""}) list += before + plain + after + " " + plain + " ";
         }
         const Text text = Wide(list + ")");
-        ASSERT_EQ(Notation(CParser(text), true), ModelNotation(text)) << length;
+        ASSERT_EQ(Notation(CParser(text), true), ScriptModelNotation(text)) << length;
     }
 }
 
@@ -353,12 +270,16 @@ TEST(ScriptResult, OperationsStandAtTheirEntries) {
     ASSERT_TRUE(CScriptResultParser::Create(WTEXT("\"-2.5\""), &parser));
     void** table = nullptr;
     std::memcpy(&table, static_cast<void*>(parser), sizeof(table));
-    const auto call = [&]<class Result>(std::size_t entry, Result) {
-        return reinterpret_cast<Result(PARVEL_CALL*)(void*)>(table[entry])(parser);
+    const auto call = [&]<class Result, class... Arguments>(std::size_t entry, Result, Arguments... arguments) {
+        return reinterpret_cast<Result(PARVEL_CALL*)(void*, Arguments...)>(table[entry])(parser, arguments...);
     };
+    void* out = &table;
+    EXPECT_EQ(call(0, HRESULT(), &IID_IAttrPair, &out), static_cast<HRESULT>(0x80004001));
     EXPECT_EQ(call(1, ULONG()), 2u);
     EXPECT_EQ(call(2, ULONG()), 1u);
     EXPECT_EQ(call(3, std::int32_t(1)), 0);
+    EXPECT_EQ(call(4, true, std::int32_t(0), &out), false);
+    EXPECT_EQ(out, &table);
     EXPECT_EQ(call(5, false), true);
     EXPECT_EQ(call(6, true), false);
     EXPECT_EQ(call(7, std::int32_t()), -2);

@@ -44,6 +44,9 @@ inline std::vector<unsigned char> ReadBytes(const std::filesystem::path& path) {
 
 template <class Bytes>
 void WriteBytes(const std::filesystem::path& path, const Bytes& bytes) {
+    // Some file systems wait for the disk when a file is cut short and written anew.
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }

@@ -130,6 +130,14 @@ CHandle CTarget::Reopen() const {
     return file;
 }
 
+std::string ReadStandardInput() {
+    std::string all;
+    CHandle input;
+    if (const int error = input.OpenStandardInput()) FailAccess("standard input", "open", error, "");
+    ReadAll(input, "standard input", [&](std::string_view bytes) { all += bytes; });
+    return all;
+}
+
 void COutput::Append(const std::string& text) {
     m_waiting += text;
     if (m_waiting.size() < kChunkBytes) return;

@@ -57,8 +57,11 @@ private:
     Text m_path;
 };
 
-/// Text for standard output. A reader that has gone throws CReaderGone, any other failure CFault (NoAccess), from Append or
-/// from Finish.
+/// All bytes of standard input. Throws CFault (NoAccess).
+std::string ReadStandardInput();
+
+/// Text for standard output. A reader that has gone throws CReaderGone, any other failure CFault (NoAccess), from
+/// Append or from Finish.
 class COutput {
 public:
     void Append(const std::string& text);

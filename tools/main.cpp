@@ -28,7 +28,9 @@ constexpr const char* kFooter =
     "Examples:\n"
     "  parvel convert menu.xml menu.bdoc\n"
     "  parvel show --depth 3 menu.bdoc\n"
-    "  parvel convert menu.xml - | parvel show -\n";
+    "  parvel convert menu.xml - | parvel show -\n"
+    "  parvel export menu.bdoc copy.xml\n"
+    "  parvel result \"(1 2.5 (a b))\"\n";
 
 int Complain(ExitCode code, const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -36,15 +38,17 @@ int Complain(ExitCode code, const std::string& line) {
 }
 
 int Run(std::vector<std::string> arguments) {
-    CLI::App app("Binary documents: made from XML, looked into.", "parvel");
+    CLI::App app("Binary documents: made from XML, looked into, made XML again.", "parvel");
     app.set_version_flag("--version", "parvel " PARVEL_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.allow_windows_style_options(false);  // what starts with a slash is a path
-    app.require_subcommand(0, 1);  // a word that is no verb is then told by name
+    app.require_subcommand(0, 1);            // a word that is no verb is then told by name
     app.footer(kFooter);
     Action chosen;
     AddConvertVerb(app, chosen);
     AddShowVerb(app, chosen);
+    AddExportVerb(app, chosen);
+    AddResultVerb(app, chosen);
 
     try {
         std::reverse(arguments.begin(), arguments.end());  // as the parser wants them

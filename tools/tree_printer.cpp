@@ -4,20 +4,13 @@
 #include <vector>
 
 #include "escape.h"
+#include "indent.h"
 #include "platform/com_ptr.h"
 
 namespace {
 
-// Deeper than this the level is told by a number.
-constexpr std::size_t kMostIndentedLevels = 40;
 // Names are words of a few letters; what is longer is cut whatever the caller wants of texts.
 constexpr std::size_t kMostNameCharacters = 200;
-
-void AppendIndent(std::size_t level, std::string& line) {
-    const std::size_t steps = level - 1;
-    line.append(2 * (steps < kMostIndentedLevels ? steps : kMostIndentedLevels), ' ');
-    if (steps > kMostIndentedLevels) line += "[level " + std::to_string(level) + "] ";
-}
 
 void AppendText(const WCHAR* text, const TreeView& view, std::string& line) {
     AppendQuoted(text ? TextView(text) : TextView(), view.mostCharacters, line);

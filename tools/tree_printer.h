@@ -7,8 +7,7 @@
 //       [CDATA] "a < b"
 //       section … 12 children
 //
-// An element whose only child is a text is one line. Deep down the indentation stops growing and the line begins with
-// its level instead, so that a million levels cost a million lines and not their square.
+// An element whose only child is a text is one line.
 #pragma once
 
 #include <cstddef>

@@ -10,4 +10,6 @@
 using Action = std::function<ExitCode()>;
 
 void AddConvertVerb(CLI::App& app, Action& chosen);
+void AddExportVerb(CLI::App& app, Action& chosen);
 void AddShowVerb(CLI::App& app, Action& chosen);
+void AddResultVerb(CLI::App& app, Action& chosen);

@@ -14,7 +14,7 @@ XmlFault FindXmlFault(const WCHAR* path) {
     if (!found.isRefused) throw std::bad_alloc();
     fault.isFound = true;
     if (found.line > 0) fault.position = ":" + std::to_string(found.line) + ":" + std::to_string(found.column);
-    fault.reason = found.reason.empty() ? "cannot be read, or is not well-formed XML"
-                                        : EscapeBytes(TextToUtf8(found.reason));
+    fault.reason =
+        found.reason.empty() ? "cannot be read, or is not well-formed XML" : EscapeBytes(TextToUtf8(found.reason));
     return fault;
 }

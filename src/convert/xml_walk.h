@@ -42,10 +42,12 @@ void WalkXml(IXMLDOMNode* root, Visitor& visitor) {
     };
 
     if (!root) _com_issue_error(E_POINTER);
-    enter(*root, TypeOf(*root));
+    const DOMNodeType rootType = TypeOf(*root);
+    if (!IsConverted(rootType)) _com_issue_error(E_UNEXPECTED);
+    enter(*root, rootType);
     while (!levels.empty()) {
         Level& level = levels.back();
-        if (level.next == level.length) {
+        if (level.next >= level.length) {
             visitor.Leave(level.convertedCount);
             levels.pop_back();
             continue;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "export/kest_c2xml.h"
 #include "model/node_state.h"
 #include "model/rebuild.h"
 #include "model/tree_writer.h"
@@ -174,9 +175,14 @@ bool CBinaryDocument::SaveToFile(const WCHAR* path) {
     }
 }
 
-bool CBinaryDocument::ExportToXml(const WCHAR*) {
-    // NOT BUILT YET: comes with src/export.
-    return false;
+bool CBinaryDocument::ExportToXml(const WCHAR* path) {
+    if (!m_root) return false;
+    try {
+        Compact();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return CKestC2XML().Export(path, m_root);
 }
 
 bool CBinaryDocument::IsModified() {

@@ -9,7 +9,7 @@
 /// A class that a factory can make objects of.
 struct ComClassEntry {
     GUID classId;
-    void (*onStart)();           // null: nothing to do
+    void (*onStart)();  // null: nothing to do
     void (*onStop)();
     IUnknown* factory = nullptr;  // one reference, once somebody has asked for it
 };

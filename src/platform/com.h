@@ -71,7 +71,8 @@ inline UINT SysStringLen(BSTR text) {
 /// Null when memory runs out, and for a null text.
 BSTR SysAllocString(const WCHAR* text);
 BSTR SysAllocStringLen(const WCHAR* text, UINT length);
-/// Replaces `*text`, in place when it fits. False, and `*text` as it was, when memory runs out.
+/// Replaces `*text`, in place when it fits. A null replacement changes the length only: the units up to the shorter of
+/// both lengths stay, those behind them are undefined. False, and `*text` as it was, when memory runs out.
 int SysReAllocStringLen(BSTR* text, const WCHAR* replacement, UINT length);
 void FreeOwnText(BSTR text);
 

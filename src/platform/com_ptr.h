@@ -80,6 +80,19 @@ public:
         if (!SysReAllocStringLen(&m_text, text.data(), static_cast<UINT>(text.size()))) _com_issue_error(E_OUTOFMEMORY);
     }
 
+    /// Cuts the text, or lengthens it by `fill`; with our own BSTRs at the cost of the difference.
+    void Resize(std::size_t length, WCHAR fill) {
+#ifdef _WIN32
+        Text units(View());
+        units.resize(length, fill);
+        Assign(units);
+#else
+        const std::size_t former = View().size();
+        if (!SysReAllocStringLen(&m_text, nullptr, static_cast<UINT>(length))) _com_issue_error(E_OUTOFMEMORY);
+        for (std::size_t i = former; i < length; ++i) m_text[i] = fill;
+#endif
+    }
+
     BSTR Get() const { return m_text; }
     TextView View() const { return TextView(m_text, SysStringLen(m_text)); }
 

@@ -52,6 +52,9 @@ public:
         }
     }
 
+    /// Whether a write has failed so far.
+    bool HasFailed() const { return m_failed; }
+
     /// Writes what is buffered and closes. False when any write failed, or the file was not open.
     bool Close();
 
@@ -68,5 +71,5 @@ private:
     bool m_failed = false;
 };
 
-/// Removes a file; what cannot be removed stays.
+/// Removes the ordinary file that the path leads to; what is none (a device) and what cannot be removed stays.
 void RemoveFile(const WCHAR* path);

@@ -16,15 +16,6 @@ bool StartsWith(TextView text, WCHAR unit) {
     return !text.empty() && text.front() == unit;
 }
 
-/// TextLength for texts of megabytes: eight units per round take half its time, and none past the zero is read.
-std::size_t LongTextLength(const WCHAR* text) {
-    for (const WCHAR* unit = text;; unit += 8) {
-        for (std::size_t i = 0; i < 8; ++i) {
-            if (unit[i] == 0) return static_cast<std::size_t>(unit - text) + i;
-        }
-    }
-}
-
 WCHAR ResolveEscape(WCHAR unit) {
     switch (unit) {
         case 'a':
@@ -49,7 +40,7 @@ WCHAR ResolveEscape(WCHAR unit) {
 }  // namespace
 
 bool CScriptResultParser::Create(const WCHAR* text, IScriptResultParser** out) noexcept {
-    return Create(text ? TextView(text, LongTextLength(text)) : TextView(), out);
+    return Create(ViewOf(text), out);
 }
 
 bool CScriptResultParser::Create(TextView text, IScriptResultParser** out) noexcept {

@@ -44,9 +44,9 @@ private:
     TextView ListContent() const { return TextView(m_text).substr(m_contentOffset); }
 
     ULONG m_refCount = 0;
+    Text m_text;  // of a list with its brackets; of a value what it comes to
     bool m_isValue = false;
     bool m_isUnquoted = false;
+    CItemTable m_items;               // over ListContent()
     std::size_t m_contentOffset = 0;  // of a list's first unit after its bracket, in m_text
-    Text m_text;
-    CItemTable m_items;  // over ListContent()
 };

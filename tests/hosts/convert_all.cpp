@@ -1,5 +1,5 @@
-// parvel_convert_all FOLDER < names: for each XML file named on standard input, one a line, writes what the library makes
-// of it to FOLDER: <n>.bdoc, and from that again <n>.xml, with n counting the lines from 1.
+// parvel_convert_all FOLDER < names: for each XML file named on standard input, one a line, writes what the library
+// makes of it to FOLDER: <n>.bdoc, and from that again <n>.xml, with n counting the lines from 1.
 //
 // Prints for each file n and what became of it: "converted", "exported" or "refused".
 #include <parvel/parvel.h>

@@ -95,6 +95,34 @@ TEST_F(Tool, ConvertsAndShows) {
     EXPECT_EQ(outcome.errors, "");
 }
 
+TEST_F(Tool, Exports) {
+    const char* xml =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<menu lang=\"en\">\r\n\t<dish price=\"3\">Soup</dish>\r\n\t<dish "
+        "hot=\"\" price=\"7\"> &lt;big&gt;\n</dish>\r\n\t<rest>\r\n\t\t<a>\r\n\t\t\t<b/>\r\n\t\t</a>\r\n\t\t<c/>\r\n\t"
+        "</rest>\r\n</menu>";
+    const char* lines[] = {
+        "parvel convert menu.xml x.bdoc && parvel export x.bdoc x.xml && cat x.xml",
+        "parvel convert menu.xml - | parvel export - -",
+        "parvel export x.bdoc x.xml && cat x.xml",
+    };
+    for (const char* line : lines) {
+        const Outcome outcome = Run(line);
+        EXPECT_EQ(outcome.output, xml) << line;
+        EXPECT_EQ(outcome.code, 0) << line << "\n" << outcome.errors;
+    }
+    const Row rows[] = {
+        {"parvel export none.bdoc y.xml", 3, nullptr, "none.bdoc: cannot open"},
+        {"parvel export menu.xml y.xml", 2, nullptr, "convert it first"},
+        {"parvel export x.bdoc none/y.xml", 3, nullptr, "none/y.xml: cannot open for writing: No such file"},
+        {"parvel export x.bdoc .", 3, nullptr, ".: cannot open for writing: Is a directory"},
+        {"parvel export x.bdoc /dev/full", 3, nullptr, "/dev/full: cannot write: No space left"},
+        {"parvel export x.bdoc x.bdoc", 4, nullptr, "x.bdoc: is the input as well"},
+        {"parvel export x.bdoc", 4, nullptr, "OUT.xml"},
+        {"test -e y.xml || { echo gone >&2; exit 1; }", 1, nullptr, "gone"},
+    };
+    Check(rows);
+}
+
 TEST_F(Tool, DoesTheSameThroughPipesAndStreams) {
     Write("größe\x01 1.xml", kMenuXml);
     const char* lines[] = {
@@ -160,6 +188,61 @@ TEST_F(Tool, ShowsWhatATerminalMustNotGet) {
               "\"x y\" \"\"=\"\\u{D800}\"\n  \"\\u{1B}\"\n  [CDATA] \"\"\n  (unreadable record)\n");
 }
 
+TEST_F(Tool, ShowsResultsWithTheirTypes) {
+    const struct {
+        const char* arguments;
+        const char* tree;
+    } rows[] = {
+        {"''", "word \"\"\n"},
+        {"'((1 (2 3)) 4)'", "list of 2 items\n  list of 2 items\n    integer 1\n    list of 0 items\n  integer \" 4\"\n"},
+        {"'(1 -2.50 ab \"c\\n\\\" d\" \"5\")'",
+         "list of 5 items\n  integer 1\n  number -2.50 = -2.5\n  word ab\n  string \"c\\n\\\" d\"\n  string \"5\"\n"},
+        {"'(+07 2147483648 0x1P-1 1e999 -INF 1x - 5\t)'",
+         "list of 8 items\n  integer +07 = 7\n  number 2147483648\n  number 0x1P-1 = 0.5\n  number 1e999 = inf\n"
+         "  number -INF = -inf\n  word 1x\n  word -\n  word \"5\\t\"\n"},
+        {"--depth 1 '(1 2)'", "list of 2 items …\n"},
+        {"'((1) 2)' --depth 2", "list of 2 items\n  list of 1 item …\n  integer 2\n"},
+        {"--full \"$(printf %201d 0)\" | tail -c 4", " 0\"\n"},
+        {"\"$(printf '=%0201d' 0)\" | tail -c 19", "\"… +2 characters\n"},
+        {"-5", "integer -5\n"},
+        {"-- --5", "word --5\n"},
+        {"convert", "word convert\n"},
+        {"\"$(printf '\\033\\342\\200\\256')\"", "word \"\\u{1B}\\u{202E}\"\n"},
+        {"- <lines", "list of 1 item\n  word ä\n"},
+        {"- <wide", "word \"ä\\u{D800}\"\n"},
+        {"- <wide-swapped", "word ä\n"},
+        {"- <marked", "word ä\n"},
+        {"- </dev/null", "word \"\"\n"},
+    };
+    Write("lines", "first\r\n\n(\u00E4)\n");
+    Write("wide", std::string("\xFF\xFE\xE4\0\0\xD8", 6));
+    Write("wide-swapped", std::string("\xFE\xFF\0\xE4", 4));
+    Write("marked", "\xEF\xBB\xBF\u00E4");
+    for (const auto& row : rows) {
+        const Outcome outcome = Run(std::string("parvel result ") + row.arguments);
+        EXPECT_EQ(outcome.output, row.tree) << row.arguments;
+        EXPECT_EQ(outcome.errors, "") << row.arguments;
+        EXPECT_EQ(outcome.code, 0) << row.arguments;
+    }
+}
+
+TEST_F(Tool, ShowsResultsThatNestDeeperThanAnyStackAndSaysWhereItStops) {
+    const auto nested = [](std::size_t levels) {
+        std::string text;
+        for (std::size_t i = 0; i < levels; ++i) text += "'(";
+        return text + std::string(levels, ')');
+    };
+    Write("deep", nested(20'000));
+    Write("long", "(" + std::string(20'000'000, 'x') + " " + nested(2'500) + ")");
+    const Outcome deep = Run("(ulimit -s 256; parvel result - <deep) | tail -n 1");
+    EXPECT_EQ(deep.output, std::string(80, ' ') + "[level 20000] list of 0 items\n") << deep.errors;
+    const Row rows[] = {
+        {"parvel result - <long", 2, "[level 1999] list of 1 item …\n", "ended at level 1999; --depth"},
+        {"parvel result --depth 1500 - <long", 0, "[level 1500] list of 1 item …\n", nullptr},
+    };
+    Check(rows);
+}
+
 TEST_F(Tool, TellsWhereAndWhatIsWrong) {
     Write("open.xml", "<a>\n  <b>\n</a>\n");
     Write("empty.xml", "");
@@ -198,6 +281,13 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel show many.bdoc", 2, nullptr, "it has 1000001 words, more than the 1000000"},
         {"parvel show big.bdoc", 2, nullptr, "byte 4: not a binary document: word 0 has 1024002 bytes"},
         {"parvel show minus.bdoc", 2, nullptr, "word 0 has a length of -1 bytes"},
+        {"parvel result \"$(printf 'ab\\377')\"", 2, nullptr, "the text: byte 2: not UTF-8; "},
+        {"parvel result \"$(printf '\\377\\376a')\"", 2, nullptr, "the text: byte 0: not UTF-8; "},
+        {"printf '\\342\\202' | parvel result -", 2, nullptr, "standard input: byte 0: not UTF-8; "},
+        {"printf '\\377\\376a' | parvel result -", 2, nullptr, "byte 2: half a UTF-16 code unit"},
+        {"printf '(a\\0)' | parvel result -", 2, nullptr, "standard input: character 2: a zero character"},
+        {"parvel result - <&-", 3, nullptr, "standard input: cannot read"},
+        {"parvel result x >/dev/full", 3, nullptr, "standard output: cannot write"},
         {"parvel show record.bdoc", 2, nullptr, "byte 10: not a binary document: the records behind its 1 words"},
     };
     Check(rows);
@@ -218,6 +308,9 @@ TEST_F(Tool, RefusesWrongUse) {
         {"parvel convert \"$(printf 'x\\377')\" x", 4, nullptr, "x\\xFF: the file name is not UTF-8"},
         {"parvel show --depth 0 x", 4, nullptr, "--depth"},
         {"parvel show --depth many x", 4, nullptr, "--depth"},
+        {"parvel result", 4, nullptr, "TEXT"},
+        {"parvel result a b", 4, nullptr, "parvel --help"},
+        {"parvel result --depth 0 x", 4, nullptr, "--depth"},
         {"parvel show x y", 4, nullptr, "parvel --help"},
     };
     Check(rows);
@@ -230,6 +323,9 @@ TEST_F(Tool, HelpsAndTellsItsVersion) {
         {"parvel -h", 0, "convert", nullptr},
         {"parvel convert --help", 0, "OUT.bdoc", nullptr},
         {"parvel show --help", 0, "--depth", nullptr},
+        {"parvel export --help", 0, "OUT.xml", nullptr},
+        {"parvel result --help", 0, "standard input", nullptr},
+        {"echo abc | parvel result -", 0, "word \"\"\n", "ends with a line feed"},
         {"parvel --version", 0, "parvel 1.", nullptr},
     };
     Check(rows);
@@ -248,7 +344,7 @@ TEST_F(Tool, RunsTheExamplesOfItsHelpAndManual) {
         EXPECT_NE(Run("parvel --help").output.find("  " + line + "\n"), std::string::npos) << line;
         ++count;
     }
-    EXPECT_GE(count, 3);
+    EXPECT_GE(count, 4);
 }
 
 TEST_F(Tool, NamesTheLimitThatTheReaderWouldRefuse) {

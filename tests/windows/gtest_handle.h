@@ -1,5 +1,5 @@
-// Included before GoogleTest's own sources: built for one thread, as this compiler without std::mutex asks for, they lack
-// this class of theirs.
+// Included before GoogleTest's own sources: built for one thread, as this compiler without std::mutex asks for, they
+// lack this class of theirs.
 #pragma once
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -59,6 +60,7 @@ int SysReAllocStringLen(BSTR* text, const WCHAR* replacement, UINT length) {
     // Room for half as much again: the callers that replace a text do so over and over.
     BSTR target = AllocateText(length < kMostUnits / 2 ? length + length / 2 : length);
     if (!target) return 0;
+    if (!replacement && *text) std::memcpy(target, *text, std::min(length, SysStringLen(*text)) * sizeof(WCHAR));
     FillText(target, replacement, length);
     SysFreeString(*text);
     *text = target;

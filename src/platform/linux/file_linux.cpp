@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 #include "platform/file.h"
 #include "platform/linux/path.h"
@@ -13,11 +14,11 @@ namespace {
 constexpr std::size_t kMostBytesPerCall = std::size_t{1} << 30;
 
 int OpenFile(const WCHAR* path, int flags) {
-    std::string name;
+    FileName name;
     if (!PathToFileName(path, name)) return -1;
     int handle = -1;
     do {
-        handle = open(name.c_str(), flags | O_CLOEXEC, 0666);
+        handle = open(name.bytes, flags | O_CLOEXEC, 0666);
     } while (handle == -1 && errno == EINTR);
     return handle;
 }
@@ -89,7 +90,10 @@ bool Close(std::intptr_t handle) {
 
 }  // namespace rawfile
 
+// What runs out of memory removes what it has begun: nothing is allocated here.
 void RemoveFile(const WCHAR* path) {
-    std::string name;
-    if (PathToFileName(path, name)) unlink(name.c_str());
+    FileName name, target;
+    struct stat status = {};
+    const bool isFound = PathToFileName(path, name) && realpath(name.bytes, target.bytes);
+    if (isFound && stat(target.bytes, &status) == 0 && S_ISREG(status.st_mode)) unlink(target.bytes);
 }

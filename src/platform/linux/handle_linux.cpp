@@ -21,9 +21,9 @@ FileKind KindOfMode(mode_t mode) {
 }
 
 int Open(const WCHAR* path, int flags, std::intptr_t& handle) {
-    std::string name;
-    if (!PathToFileName(path, name)) return ENOENT;
-    handle = open(name.c_str(), flags | O_CLOEXEC, 0666);
+    FileName name;
+    if (!PathToFileName(path, name)) return path && TextLength(path) >= sizeof(name.bytes) / 4 ? ENAMETOOLONG : ENOENT;
+    handle = open(name.bytes, flags | O_CLOEXEC, 0666);
     return handle == -1 ? errno : 0;
 }
 
@@ -33,8 +33,8 @@ int Duplicate(int standard, std::intptr_t& handle) {
 }
 
 bool Look(const WCHAR* path, struct stat& status) {
-    std::string name;
-    return PathToFileName(path, name) && stat(name.c_str(), &status) == 0;
+    FileName name;
+    return PathToFileName(path, name) && stat(name.bytes, &status) == 0;
 }
 
 }  // namespace

@@ -1,9 +1,10 @@
 // Builds the tree from what the parser reports.
 //
 // What the parser itself does not bound is bounded here, against small files that unfold to large trees: the number of
-// nodes and attributes, the amount of text, and how deeply entities may refer to each other. Passing a bound stops the
-// parser like any fault of the file. Nothing outside the file is ever read: a reference to an external entity becomes a
-// node of its own.
+// nodes and attributes, the amount of text, how deeply entities may refer to each other, and how many attributes an
+// element may be declared to have. Passing a bound stops the parser like any fault of the file. Nothing outside the
+// file is ever read: a reference to an external entity becomes a node of its own. Parameter entities of the internal
+// subset are the file's own, and taken in.
 #pragma once
 
 #include <expat.h>
@@ -44,8 +45,6 @@ private:
 
     template <auto operation, class... Arguments>
     static void XMLCALL Handle(void* builder, Arguments... arguments) noexcept;
-    static int XMLCALL HandleExternalEntity(XML_Parser builder, const char* context, const char*, const char*,
-                                            const char*) noexcept;
 
     void StartElement(const char* name, const char** attributes);
     void EndElement(const char*);
@@ -58,31 +57,34 @@ private:
     void EndDoctype() { m_isInDoctype = false; }
     void EntityDeclaration(const char*, int, const char* value, int valueBytes, const char*, const char*, const char*,
                            const char*);
+    void AttributeDeclaration(const char* element, const char*, const char*, const char*, int);
     void SkippedEntity(const char* name, int isParameterEntity);
+    void Unhandled(const char* bytes, int byteCount);
 
     void CloseText();
     void AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text);
-    void AddAttribute(XmlNode& element, const char* name, const char* value, Frame& frame);
+    void AddEntityReference(std::string_view name);
+    void AddAttribute(Frame& frame, const char* name, const char* value);
     std::uint32_t InternAttributeName(const char* name);
     bool TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason);
     void Stop(const char* reason);
 
     CXmlTree& m_tree;
     XML_Parser m_parser;
-    std::vector<Frame> m_frames;        // the document and the open elements
-    std::vector<XmlNodeId> m_pending;   // children of open elements, the innermost element's last
-    bool m_isTextOpen = false;          // in the tree's arena
-    bool m_isTextBlank = false;         // and so far holds nothing but white space that may be dropped
-    bool m_isInCData = false;
+    std::vector<Frame> m_frames;       // the document and the open elements
+    std::vector<XmlNodeId> m_pending;  // children of open elements, the innermost element's last
+    bool m_isTextOpen = false;         // in the tree's arena
+    bool m_isTextBlank = false;        // and so far holds nothing but white space that may be dropped
     bool m_isInDoctype = false;
     bool m_isStopped = false;
     bool m_isOutOfMemory = false;
     const char* m_stopReason = nullptr;
     std::int64_t m_nodesLeft;
     std::int64_t m_attrsLeft;
-    std::int64_t m_bytesLeft;           // of texts and attribute values, in UTF-8
+    std::int64_t m_bytesLeft;  // of texts and attribute values, in UTF-8
     int m_nestingEntitiesLeft;
-    std::uint32_t m_spaceName;          // xml:space
+    std::vector<std::uint32_t> m_declaredAttrs;  // of each element, by the number of its name
+    std::uint32_t m_spaceName;                   // xml:space
     // The parser keeps one copy of each attribute's name: its address finds our number without hashing.
     CachedName m_nameCache[kCachedNameCount] = {};
 };

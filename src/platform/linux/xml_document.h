@@ -1,4 +1,5 @@
-// The document object behind IXMLDOMDocument2: owns the tree, the free list of node objects and the last parse error.
+// The document object behind IXMLDOMDocument2: either a loaded tree to read, or a text in the making. It owns the free list
+// of node objects and the last parse error, too.
 #pragma once
 
 #include <memory>
@@ -6,7 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/xml_editor.h"
+#include "platform/linux/xml_composed_faces.h"
+#include "platform/linux/xml_composer.h"
 #include "platform/linux/xml_faces.h"
 #include "platform/linux/xml_reader.h"
 #include "platform/linux/xml_tree.h"
@@ -26,9 +28,8 @@ public:
     CXmlDocument();
 
     CXmlTree& Tree() { return *m_tree; }
-    CXmlTreeEditor& Editor();
-    /// False for a loaded document, which is not edited.
-    bool MayEdit() const { return !m_isLoaded; }
+    /// Of a document that is not loaded. Throws std::bad_alloc.
+    CXmlComposer& Composer();
 
     /// A new node object with one reference, which holds one on this document; null when memory runs out.
     template <class Face, class... Arguments>
@@ -38,7 +39,8 @@ public:
     /// Takes a node object back, and its reference on this document.
     void Recycle(void* face);
 
-    HRESULT AppendTo(XmlNodeId parent, IXMLDOMNode* child, IXMLDOMNode** appended);
+    /// Appends to an element that is being put together; to the document when `parent` is null.
+    HRESULT AppendTo(const ComposedNode* parent, IXMLDOMNode* child, IXMLDOMNode** appended);
 
     HRESULT QueryInterface(const IID& iid, void** out) override;
     ULONG AddRef() override { return ++m_references; }
@@ -70,17 +72,17 @@ private:
         alignas(CTextFace) unsigned char text[sizeof(CTextFace)];
         alignas(CInstructionFace) unsigned char instruction[sizeof(CInstructionFace)];
         alignas(CAttrFace) unsigned char attr[sizeof(CAttrFace)];
+        alignas(CComposedElement) unsigned char composed[sizeof(CComposedElement)];
     };
     bool AddFreeFaces();
-    template <class Face, class Interface>
-    HRESULT HandOut(XmlNodeId id, Interface** out);
     template <class Face, class Interface, class Operation>
     HRESULT Create(Interface** out, Operation operation);
 
     ULONG m_references = 0;  // of node objects too
     bool m_isLoaded = false;
     std::unique_ptr<CXmlTree> m_tree;
-    std::unique_ptr<CXmlTreeEditor> m_editor;  // when something has been built by hand
+    std::unique_ptr<CXmlTree> m_emptyTree;     // from before the load: node objects may look at it
+    std::unique_ptr<CXmlComposer> m_composer;  // when something has been made by hand
     std::unique_ptr<XmlFault> m_fault;  // of the last load, or null
     FaceSlot* m_freeFaces = nullptr;
     std::vector<std::unique_ptr<FaceSlot[]>> m_faceSlabs;

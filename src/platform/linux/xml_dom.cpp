@@ -4,13 +4,12 @@
 #include <limits>
 
 #include "platform/linux/xml_document.h"
-#include "platform/linux/xml_writer.h"
 
 namespace {
 
 constexpr std::size_t kFacesPerSlab = 128;
 
-TextView ViewOf(BSTR text) {
+TextView BstrView(BSTR text) {
     return TextView(text, SysStringLen(text));
 }
 
@@ -72,9 +71,9 @@ HRESULT CreateXmlDocumentObject(REFIID iid, void** out) {
 
 CXmlDocument::CXmlDocument() : m_tree(std::make_unique<CXmlTree>()) {}
 
-CXmlTreeEditor& CXmlDocument::Editor() {
-    if (!m_editor) m_editor = std::make_unique<CXmlTreeEditor>(*m_tree);
-    return *m_editor;
+CXmlComposer& CXmlDocument::Composer() {
+    if (!m_composer) m_composer = std::make_unique<CXmlComposer>();
+    return *m_composer;
 }
 
 bool CXmlDocument::AddFreeFaces() {
@@ -99,34 +98,31 @@ IXMLDOMNode* CXmlDocument::MakeNodeFace(XmlNodeId id) {
     }
 }
 
-// The new node as its interface; null tells of memory that ran out.
-template <class Face, class Interface>
-HRESULT CXmlDocument::HandOut(XmlNodeId id, Interface** out) {
-    *out = MakeFace<Face>(id);
-    return *out ? S_OK : E_OUTOFMEMORY;
-}
-
+// Makes a node by one of the composer's operations, and its object.
 template <class Face, class Interface, class Operation>
 HRESULT CXmlDocument::Create(Interface** out, Operation operation) {
     *out = nullptr;
-    if (!MayEdit()) return E_NOTIMPL;
+    if (m_isLoaded) return E_NOTIMPL;
     return Guarded([&] {
-        XmlNodeId id = kNoXmlNode;
-        const HRESULT result = operation(id);
-        return SUCCEEDED(result) ? HandOut<Face>(id, out) : result;
+        ComposedNode node;
+        const HRESULT result = operation(node);
+        if (FAILED(result)) return result;
+        *out = MakeFace<Face>(node);
+        if (*out) return S_OK;
+        Composer().Drop(node);
+        return E_OUTOFMEMORY;
     });
 }
 
-HRESULT CXmlDocument::AppendTo(XmlNodeId parent, IXMLDOMNode* child, IXMLDOMNode** appended) {
+HRESULT CXmlDocument::AppendTo(const ComposedNode* parent, IXMLDOMNode* child, IXMLDOMNode** appended) {
     if (appended) *appended = nullptr;
-    if (!child) return E_INVALIDARG;
-    if (!MayEdit()) return E_NOTIMPL;
     void* found = nullptr;
-    if (FAILED(child->QueryInterface(kIidXmlFace, &found))) return E_INVALIDARG;
+    if (!child || FAILED(child->QueryInterface(kIidComposedNode, &found))) return E_INVALIDARG;
     child->Release();
-    const XmlFace& face = *static_cast<XmlFace*>(found);
-    if (face.document != this) return E_INVALIDARG;
-    const HRESULT result = Guarded([&] { return Editor().Append(parent, face.id); });
+    ComposedNode& node = *static_cast<ComposedNode*>(found);
+    if (node.owner != m_composer.get()) return E_INVALIDARG;
+    const HRESULT result =
+        Guarded([&] { return parent ? m_composer->Append(*parent, node) : m_composer->Append(node); });
     if (SUCCEEDED(result) && appended) {
         child->AddRef();
         *appended = child;
@@ -158,6 +154,7 @@ HRESULT CXmlDocument::get_nodeType(DOMNodeType* type) {
 
 HRESULT CXmlDocument::get_childNodes(IXMLDOMNodeList** children) {
     *children = nullptr;
+    if (m_composer) return E_NOTIMPL;
     CInstructionFace* face = MakeFace<CInstructionFace>(kXmlDocumentNode);
     if (!face) return E_OUTOFMEMORY;
     *children = face;
@@ -170,7 +167,7 @@ HRESULT CXmlDocument::get_attributes(IXMLDOMNamedNodeMap** attributes) {
 }
 
 HRESULT CXmlDocument::appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) {
-    return AppendTo(kXmlDocumentNode, child, appended);
+    return AppendTo(nullptr, child, appended);
 }
 
 HRESULT CXmlDocument::put_nodeTypedValue(VARIANT) {
@@ -179,44 +176,49 @@ HRESULT CXmlDocument::put_nodeTypedValue(VARIANT) {
 
 HRESULT CXmlDocument::get_documentElement(IXMLDOMElement** element) {
     *element = nullptr;
+    if (m_composer) return E_NOTIMPL;
     const XmlNodeId id = m_tree->DocumentElement();
-    return id == kNoXmlNode ? S_FALSE : HandOut<CElementFace>(id, element);
+    if (id == kNoXmlNode) return S_FALSE;
+    *element = MakeFace<CElementFace>(id);
+    return *element ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT CXmlDocument::createElement(BSTR name, IXMLDOMElement** element) {
-    return Create<CElementFace>(element, [&](XmlNodeId& id) { return Editor().CreateElement(ViewOf(name), id); });
+    return Create<CComposedElement>(
+        element, [&](ComposedNode& node) { return Composer().MakeElement(BstrView(name), node); });
 }
 
 HRESULT CXmlDocument::createTextNode(BSTR text, IXMLDOMText** node) {
-    return Create<CTextFace>(node, [&](XmlNodeId& id) { return Editor().CreateText(NODE_TEXT, ViewOf(text), id); });
+    return Create<CComposedText>(
+        node, [&](ComposedNode& made) { return Composer().MakeText(NODE_TEXT, BstrView(text), made); });
 }
 
 HRESULT CXmlDocument::createCDATASection(BSTR text, IXMLDOMCDATASection** node) {
-    return Create<CTextFace>(
-        node, [&](XmlNodeId& id) { return Editor().CreateText(NODE_CDATA_SECTION, ViewOf(text), id); });
+    return Create<CComposedText>(
+        node, [&](ComposedNode& made) { return Composer().MakeText(NODE_CDATA_SECTION, BstrView(text), made); });
 }
 
 HRESULT CXmlDocument::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) {
-    return Create<CInstructionFace>(
-        node, [&](XmlNodeId& id) { return Editor().CreateInstruction(ViewOf(target), ViewOf(data), id); });
+    return Create<CComposedInstruction>(
+        node, [&](ComposedNode& made) { return Composer().MakeInstruction(BstrView(target), BstrView(data), made); });
 }
 
 HRESULT CXmlDocument::load(VARIANT path, VARIANT_BOOL* done) {
     if (done) *done = VARIANT_FALSE;
     if (path.vt != VT_BSTR) return E_INVALIDARG;
-    if (m_isLoaded || m_tree->NodeCount() > 1) return E_UNEXPECTED;
+    if (m_isLoaded || m_composer) return E_UNEXPECTED;
     return Guarded([&] {
-        m_isLoaded = true;
-        m_editor.reset();
-        XmlFault fault;
-        const bool isRead = ReadXmlFile(path.bstrVal, *m_tree, fault);
-        if (!isRead) {
-            // Half a tree is of no use to anybody.
-            m_tree = std::make_unique<CXmlTree>();
-            m_fault = std::make_unique<XmlFault>(std::move(fault));
+        auto tree = std::make_unique<CXmlTree>();
+        auto fault = std::make_unique<XmlFault>();
+        if (!ReadXmlFile(path.bstrVal, *tree, *fault)) {
+            m_fault = std::move(fault);
+            return S_FALSE;
         }
-        if (done) *done = isRead ? VARIANT_TRUE : VARIANT_FALSE;
-        return isRead ? S_OK : S_FALSE;
+        m_isLoaded = true;
+        m_fault.reset();
+        m_emptyTree = std::exchange(m_tree, std::move(tree));
+        if (done) *done = VARIANT_TRUE;
+        return S_OK;
     });
 }
 
@@ -234,5 +236,6 @@ HRESULT CXmlDocument::put_async(VARIANT_BOOL) {
 
 HRESULT CXmlDocument::save(VARIANT path) {
     if (path.vt != VT_BSTR) return E_INVALIDARG;
-    return Guarded([&] { return WriteXmlFile(path.bstrVal, *m_tree) ? S_OK : E_FAIL; });
+    if (m_isLoaded) return E_NOTIMPL;
+    return Guarded([&] { return Composer().Save(path.bstrVal) ? S_OK : E_FAIL; });
 }

@@ -76,49 +76,50 @@ constexpr NamedEncoding kEncodings[] = {
     {"iso-8859-16", "ISO-8859-16"},
 };
 
+bool IsUtf8(const NamedEncoding& encoding) {
+    return !encoding.iconvName;
+}
+
+bool HasBytes(const NamedEncoding& encoding) {
+    return encoding.iconvName && *encoding.iconvName;
+}
+
+const NamedEncoding* FindEncoding(std::string_view name) {
+    for (const NamedEncoding& known : kEncodings) {
+        const bool isIt =
+            std::equal(name.begin(), name.end(), known.xmlName, known.xmlName + std::strlen(known.xmlName),
+                       [](char c, char lower) { return (c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c) == lower; });
+        if (isIt) return &known;
+    }
+    return nullptr;
+}
+
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
 struct Signature {
     std::string_view bytes;
-    std::size_t markBytes;
     const char* iconvName;  // null: UTF-8
 };
 
 // The longer ones of two that start alike come first.
 constexpr Signature kSignatures[] = {
-    {std::string_view("\xEF\xBB\xBF", 3), 3, nullptr},
-    {std::string_view("\xFF\xFE\0\0", 4), 4, "UTF-32LE"},
-    {std::string_view("\0\0\xFE\xFF", 4), 4, "UTF-32BE"},
-    {std::string_view("\xFF\xFE", 2), 2, "UTF-16LE"},
-    {std::string_view("\xFE\xFF", 2), 2, "UTF-16BE"},
-    {std::string_view("<\0\0\0", 4), 0, "UTF-32LE"},
-    {std::string_view("\0\0\0<", 4), 0, "UTF-32BE"},
-    {std::string_view("<\0", 2), 0, "UTF-16LE"},
-    {std::string_view("\0<", 2), 0, "UTF-16BE"},
+    {kUtf8Mark, nullptr},
+    {std::string_view("\xFF\xFE\0\0", 4), "UTF-32LE"},
+    {std::string_view("\0\0\xFE\xFF", 4), "UTF-32BE"},
+    {std::string_view("\xFF\xFE", 2), "UTF-16LE"},
+    {std::string_view("\xFE\xFF", 2), "UTF-16BE"},
+    {std::string_view("<\0\0\0", 4), "UTF-32LE"},
+    {std::string_view("\0\0\0<", 4), "UTF-32BE"},
+    {std::string_view("<\0", 2), "UTF-16LE"},
+    {std::string_view("\0<", 2), "UTF-16BE"},
 };
 
 bool IsBlank(char byte) {
     return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
 }
 
-// Finds the encoding's name in an XML declaration; its syntax is the parser's matter.
-std::string_view DeclaredEncoding(std::string_view head) {
-    constexpr std::string_view kOpening = "<?xml";
-    constexpr std::string_view kKey = "encoding";
-    if (!head.starts_with(kOpening) || head.size() == kOpening.size() || !IsBlank(head[kOpening.size()])) return {};
-    head = head.substr(0, head.find("?>"));
-    const std::size_t key = head.find(kKey);
-    if (key == std::string_view::npos || !IsBlank(head[key - 1])) return {};
-    std::size_t i = key + kKey.size();
-    const auto skipBlanks = [&] {
-        while (i < head.size() && IsBlank(head[i])) ++i;
-    };
-    skipBlanks();
-    if (i == head.size() || head[i] != '=') return {};
-    ++i;
-    skipBlanks();
-    if (i == head.size() || (head[i] != '"' && head[i] != '\'')) return {};
-    const std::size_t end = head.find(head[i], i + 1);
-    return end == std::string_view::npos ? std::string_view() : head.substr(i + 1, end - i - 1);
-}
+// Room for what a conversion keeps back.
+constexpr std::size_t kKeptBytes = 32;
 
 // An open conversion to UTF-8.
 class CConverter {
@@ -140,6 +141,9 @@ public:
         return done ? 0 : errno;
     }
 
+    /// Writes what the conversion has kept back, in case that more came to join it: a few bytes. `target` has room.
+    void Finish(char*& target, std::size_t& targetBytes) { iconv(m_handle, nullptr, nullptr, &target, &targetBytes); }
+
 private:
     iconv_t m_handle;
 };
@@ -151,28 +155,49 @@ XmlEncoding DetectXmlEncoding(const char* head, std::size_t byteCount) {
     XmlEncoding encoding;
     for (const Signature& signature : kSignatures) {
         if (!bytes.starts_with(signature.bytes)) continue;
-        encoding.markBytes = signature.markBytes;
         encoding.iconvName = signature.iconvName;
         encoding.kind = signature.iconvName ? XmlEncoding::Kind::kConverted : XmlEncoding::Kind::kUtf8;
         return encoding;
     }
-    const std::string_view declared = DeclaredEncoding(bytes);
+    const std::string_view declared = DeclaredXmlEncoding(bytes);
     if (declared.empty()) return encoding;
     encoding.declaredName = declared;
     encoding.declaredOffset = static_cast<std::size_t>(declared.data() - head);
-    std::string name(declared);
-    for (char& c : name) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-    }
-    encoding.kind = XmlEncoding::Kind::kUnknown;
-    for (const NamedEncoding& known : kEncodings) {
-        if (name != known.xmlName) continue;
-        encoding.iconvName = known.iconvName;
-        encoding.kind = !known.iconvName    ? XmlEncoding::Kind::kUtf8
-                        : *known.iconvName ? XmlEncoding::Kind::kConverted
-                                           : XmlEncoding::Kind::kOtherWidth;
-    }
+    const NamedEncoding* known = FindEncoding(declared);
+    if (known) encoding.iconvName = known->iconvName;
+    encoding.kind = !known             ? XmlEncoding::Kind::kUnknown
+                    : IsUtf8(*known)   ? XmlEncoding::Kind::kUtf8
+                    : HasBytes(*known) ? XmlEncoding::Kind::kConverted
+                                       : XmlEncoding::Kind::kOtherWidth;
     return encoding;
+}
+
+// The syntax of the declaration is the parser's matter.
+std::string_view DeclaredXmlEncoding(std::string_view utf8) {
+    constexpr std::string_view kOpening = "<?xml";
+    constexpr std::string_view kKey = "encoding";
+    std::string_view head = utf8.substr(0, kXmlEncodingHeadBytes);
+    if (head.starts_with(kUtf8Mark)) head.remove_prefix(kUtf8Mark.size());
+    if (!head.starts_with(kOpening) || head.size() == kOpening.size() || !IsBlank(head[kOpening.size()])) return {};
+    head = head.substr(0, head.find("?>"));
+    const std::size_t key = head.find(kKey);
+    if (key == std::string_view::npos || !IsBlank(head[key - 1])) return {};
+    std::size_t i = key + kKey.size();
+    const auto skipBlanks = [&] {
+        while (i < head.size() && IsBlank(head[i])) ++i;
+    };
+    skipBlanks();
+    if (i == head.size() || head[i] != '=') return {};
+    ++i;
+    skipBlanks();
+    if (i == head.size() || (head[i] != '"' && head[i] != '\'')) return {};
+    const std::size_t end = head.find(head[i], i + 1);
+    return end == std::string_view::npos ? std::string_view() : head.substr(i + 1, end - i - 1);
+}
+
+bool IsByteEncoding(std::string_view name) {
+    const NamedEncoding* known = FindEncoding(name);
+    return known && (IsUtf8(*known) || HasBytes(*known));
 }
 
 bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
@@ -180,15 +205,17 @@ bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_
     badOffset = 0;
     CConverter converter(encoding.iconvName);
     if (!converter.IsOpen()) return false;
-    const char* source = bytes + encoding.markBytes;
-    std::size_t sourceBytes = byteCount - encoding.markBytes;
-    std::size_t capacity = byteCount + byteCount / 2 + 64;
+    const char* source = bytes;
+    std::size_t sourceBytes = byteCount;
+    std::size_t capacity = byteCount + byteCount / 2 + 2 * kKeptBytes;
     utf8.bytes = std::make_unique_for_overwrite<char[]>(capacity);
     utf8.size = 0;
     while (true) {
         char* target = utf8.bytes.get() + utf8.size;
-        std::size_t room = capacity - utf8.size;
+        std::size_t room = capacity - utf8.size - kKeptBytes;
         const int stop = converter.Run(source, sourceBytes, target, room);
+        room += kKeptBytes;
+        if (stop != E2BIG) converter.Finish(target, room);
         utf8.size = capacity - room;
         if (stop == 0) return true;
         if (stop != E2BIG) break;
@@ -205,8 +232,8 @@ std::size_t SourceOffsetOf(const XmlEncoding& encoding, const char* bytes, std::
                            std::size_t utf8Offset) {
     CConverter converter(encoding.iconvName);
     if (!converter.IsOpen()) return 0;
-    const char* source = bytes + encoding.markBytes;
-    std::size_t sourceBytes = byteCount - encoding.markBytes;
+    const char* source = bytes;
+    std::size_t sourceBytes = byteCount;
     char sink[4096];
     while (utf8Offset > 0) {
         char* target = sink;

@@ -29,7 +29,6 @@ BSTR Lend(const WCHAR* text) {
 // The interface of a node object that an identifier names; null when it has no such interface.
 template <class Interface>
 void* FindInterface(CNodeFace<Interface>& face, const IID& iid) {
-    if (iid == kIidXmlFace) return static_cast<XmlFace*>(&face);
     if (iid == IID_IUnknown || iid == IID_IXMLDOMNode) return static_cast<IXMLDOMNode*>(&face);
     if (iid == IID_IXMLDOMElement && std::is_same_v<Interface, IXMLDOMElement>) return static_cast<Interface*>(&face);
     if (iid == IID_IXMLDOMNodeList) return static_cast<IXMLDOMNodeList*>(&face);
@@ -54,11 +53,8 @@ BSTR XmlNodeNameOf(const CXmlTree& tree, const XmlNode& node) {
 HRESULT XmlNodeValueOf(const XmlNode& node, VARIANT* value) {
     value->vt = VT_NULL;
     if (node.HoldsChildren() || node.Type() == NODE_ENTITY_REFERENCE) return S_FALSE;
-    BSTR text = Lend(node.text.units);
-    if (node.text.isShared) text = SysAllocStringLen(node.text.units, node.text.length);
-    if (!text) return E_OUTOFMEMORY;
     value->vt = VT_BSTR;
-    value->bstrVal = text;
+    value->bstrVal = Lend(node.text);
     return S_OK;
 }
 
@@ -105,7 +101,7 @@ HRESULT CAttrMapPart<Face>::get_length(LONG* length) {
 
 template <class Interface>
 CNodeFace<Interface>::CNodeFace(CXmlDocument& owner, XmlNodeId nodeId)
-    : XmlFace{&owner, &owner.Tree().Node(nodeId), nodeId, 1} {}
+    : XmlFace{&owner, &owner.Tree().Node(nodeId), 1} {}
 
 template <class Interface>
 HRESULT CNodeFace<Interface>::QueryInterface(const IID& iid, void** out) {
@@ -153,27 +149,6 @@ HRESULT CNodeFace<Interface>::get_attributes(IXMLDOMNamedNodeMap** attributes) {
     *attributes = this;
     AddRef();
     return S_OK;
-}
-
-template <class Interface>
-HRESULT CNodeFace<Interface>::appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) {
-    return document->AppendTo(id, child, appended);
-}
-
-template <class Interface>
-HRESULT CNodeFace<Interface>::put_nodeTypedValue(VARIANT value) {
-    if (value.vt != VT_BSTR) return E_INVALIDARG;
-    if (node->Type() != NODE_ELEMENT || !document->MayEdit()) return E_NOTIMPL;
-    const TextView text(value.bstrVal, SysStringLen(value.bstrVal));
-    return Guarded([&] { return document->Editor().ReplaceByText(id, text); });
-}
-
-HRESULT CElementFace::setAttribute(BSTR name, VARIANT value) {
-    if (value.vt != VT_BSTR) return E_INVALIDARG;
-    if (!document->MayEdit()) return E_NOTIMPL;
-    const TextView nameText(name, SysStringLen(name));
-    const TextView valueText(value.bstrVal, SysStringLen(value.bstrVal));
-    return Guarded([&] { return document->Editor().SetAttribute(id, nameText, valueText); });
 }
 
 HRESULT CAttrFace::QueryInterface(const IID& iid, void** out) {

@@ -1,4 +1,4 @@
-// The interface objects of nodes: small, made on request, kept on a free list of their document.
+// The interface objects of loaded nodes, for reading: small, made on request, kept on a free list of their document.
 //
 // One object serves as node, as list of its children and as map of its attributes, so that asking for these costs no
 // object; which makes IUnknown identity of the three the same.
@@ -11,19 +11,14 @@
 
 class CXmlDocument;
 
-/// What our own code finds behind any node's interface: ask for kIidXmlFace.
+/// What the parts of a node's object share.
 struct XmlFace {
     CXmlDocument* document;
-    XmlNode* node;
-    XmlNodeId id;
+    const XmlNode* node;
     ULONG references;
 };
 
-/// {6B2C1F0E-54A9-4D0C-9A66-1B0C7E3D9F41}
-inline constexpr IID kIidXmlFace = {
-    0x6B2C1F0E, 0x54A9, 0x4D0C, {0x9A, 0x66, 0x1B, 0x0C, 0x7E, 0x3D, 0x9F, 0x41}};
-
-/// Name and value of a node as its object gives them: the tree's own strings, but for a text that is shared.
+/// Name and value of a node as its object gives them: the tree's own strings.
 BSTR XmlNodeNameOf(const CXmlTree& tree, const XmlNode& node);
 HRESULT XmlNodeValueOf(const XmlNode& node, VARIANT* value);
 
@@ -66,8 +61,8 @@ public:
     HRESULT get_nodeType(DOMNodeType* type) final;
     HRESULT get_childNodes(IXMLDOMNodeList** children) final;
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) final;
-    HRESULT appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) final;
-    HRESULT put_nodeTypedValue(VARIANT value) final;
+    HRESULT appendChild(IXMLDOMNode*, IXMLDOMNode**) final { return E_NOTIMPL; }
+    HRESULT put_nodeTypedValue(VARIANT) final { return E_NOTIMPL; }
 
 protected:
     ~CNodeFace() = default;
@@ -76,7 +71,7 @@ protected:
 class CElementFace final : public CNodeFace<IXMLDOMElement> {
 public:
     using CNodeFace::CNodeFace;
-    HRESULT setAttribute(BSTR name, VARIANT value) override;
+    HRESULT setAttribute(BSTR, VARIANT) override { return E_NOTIMPL; }
 };
 
 /// Texts and CDATA sections.

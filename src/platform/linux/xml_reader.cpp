@@ -30,8 +30,13 @@ Text TextOf(std::string_view utf8) {
     return Utf8ForDisplay(utf8.data(), utf8.size());
 }
 
-// Finds line and column of a place in UTF-8, and shows its line.
+// Finds line and column of a place in UTF-8, and shows its line. A byte order mark is not counted.
 void SetPlace(XmlFault& fault, std::string_view utf8, std::size_t offset) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (utf8.starts_with(kMark)) {
+        utf8.remove_prefix(kMark.size());
+        offset -= std::min(offset, kMark.size());
+    }
     offset = std::min(offset, utf8.size());
     std::size_t lineStart = 0;
     fault.line = 1;
@@ -58,14 +63,14 @@ public:
 
 private:
     bool ReadHead(CInputFile& file);
-    bool ReadRest(CInputFile& file, char* bytes, std::size_t capacity);
     bool ReadToEnd(CInputFile& file);
     bool ParseDirect(CInputFile& file, std::size_t size);
     bool ParseUtf8();
     bool ParseConverted();
+    bool HasRightName();
     bool Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8);
     bool FailUnreadable();
-    bool FailEncoding();
+    bool FailEncoding(std::string_view utf8);
 
     CXmlTree& m_tree;
     XmlFault& m_fault;
@@ -80,7 +85,7 @@ bool CXmlReader::Read(const WCHAR* path) {
     if (!file.Open(path) || !ReadHead(file)) return FailUnreadable();
     m_encoding = DetectXmlEncoding(m_head, m_headBytes);
     if (m_encoding.kind == XmlEncoding::Kind::kUnknown || m_encoding.kind == XmlEncoding::Kind::kOtherWidth) {
-        return FailEncoding();
+        return FailEncoding(std::string_view(m_head, m_headBytes));
     }
     const std::int64_t size = file.Size();
     if (m_encoding.kind == XmlEncoding::Kind::kUtf8 && size > 0 && size <= kMostBytesInOnePiece) {
@@ -101,6 +106,8 @@ bool CXmlReader::ReadToEnd(CInputFile& file) {
     std::size_t capacity = std::max(kFirstReadBytes, static_cast<std::size_t>(size > 0 ? size + 1 : 0));
     m_source = {std::make_unique_for_overwrite<char[]>(capacity), m_headBytes};
     std::memcpy(m_source.bytes.get(), m_head, m_headBytes);
+    // UTF-8 with a zero in it is no XML, whatever follows; what follows may be without end, as with a device.
+    if (m_encoding.kind == XmlEncoding::Kind::kUtf8 && std::memchr(m_head, 0, m_headBytes)) return true;
     while (true) {
         const std::int64_t got = file.Read(m_source.bytes.get() + m_source.size, capacity - m_source.size);
         if (got < 0) return false;
@@ -152,9 +159,9 @@ bool CXmlReader::ParseConverted() {
         m_fault.byteOffset = badOffset;
         return false;
     }
-    if (ParseUtf8()) return true;
-    m_fault.byteOffset = SourceOffsetOf(m_encoding, original.bytes.get(), original.size,
-                                        static_cast<std::size_t>(m_fault.byteOffset));
+    if (HasRightName() ? ParseUtf8() : FailEncoding(std::string_view(m_source.bytes.get(), m_source.size))) return true;
+    m_fault.byteOffset =
+        SourceOffsetOf(m_encoding, original.bytes.get(), original.size, static_cast<std::size_t>(m_fault.byteOffset));
     return false;
 }
 
@@ -174,10 +181,7 @@ bool CXmlReader::Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhol
     m_fault.reason = TextOf(reason);
     const auto index = XML_GetCurrentByteIndex(parser);
     m_fault.byteOffset = index < 0 ? utf8.size() : static_cast<std::size_t>(index);
-    // The parser takes a byte order mark, people do not count it.
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    const std::size_t markBytes = utf8.starts_with(kMark) ? kMark.size() : 0;
-    SetPlace(m_fault, utf8.substr(markBytes), std::max<std::size_t>(m_fault.byteOffset, markBytes) - markBytes);
+    SetPlace(m_fault, utf8, static_cast<std::size_t>(m_fault.byteOffset));
     return false;
 }
 
@@ -186,13 +190,25 @@ bool CXmlReader::FailUnreadable() {
     return false;
 }
 
-bool CXmlReader::FailEncoding() {
+// False for a file of wider units, known by its first bytes, that gives itself the name of an encoding of bytes.
+bool CXmlReader::HasRightName() {
+    if (!m_encoding.declaredName.empty()) return true;
+    const std::string_view utf8(m_source.bytes.get(), m_source.size);
+    const std::string_view name = DeclaredXmlEncoding(utf8);
+    if (!IsByteEncoding(name)) return true;
+    m_encoding.kind = XmlEncoding::Kind::kOtherWidth;
+    m_encoding.declaredName = name;
+    m_encoding.declaredOffset = static_cast<std::size_t>(name.data() - utf8.data());
+    return false;
+}
+
+bool CXmlReader::FailEncoding(std::string_view utf8) {
     const std::string quoted = "\"" + m_encoding.declaredName + "\"";
     const bool isUnknown = m_encoding.kind == XmlEncoding::Kind::kUnknown;
     m_fault.reason = TextOf(isUnknown ? "the encoding " + quoted + " is not known"
                                       : "the encoding is not " + quoted + ", as the declaration says");
     m_fault.byteOffset = m_encoding.declaredOffset;
-    SetPlace(m_fault, std::string_view(m_head, m_headBytes), m_encoding.declaredOffset);
+    SetPlace(m_fault, utf8, m_encoding.declaredOffset);
     return false;
 }
 

@@ -1,7 +1,6 @@
 #include "platform/linux/xml_tree.h"
 
 #include <algorithm>
-#include <bit>
 #include <random>
 
 namespace {
@@ -89,7 +88,7 @@ std::uint32_t CXmlNames::Add(std::string_view name, std::uint32_t hash) {
     m_free[name.size()] = 0;
     m_texts.Begin();
     m_texts.Append(name.data(), name.size());
-    const XmlName entry = {std::string_view(m_free, name.size()), m_texts.Finish(), hash, false};
+    const XmlName entry = {std::string_view(m_free, name.size()), m_texts.Finish(), hash};
     m_free += name.size() + 1;
     m_room -= name.size() + 1;
     const std::uint32_t number = m_names.Add();
@@ -109,56 +108,31 @@ void CXmlNames::Rehash() {
 }
 
 CXmlTree::CXmlTree() {
-    AddNode(NODE_DOCUMENT, 0, kNoXmlNode);
-    Node(kXmlDocumentNode).element = {};
+    AddNode(NODE_DOCUMENT, 0);
+    m_nodes[kXmlDocumentNode].element = {};
 }
 
-XmlNodeId CXmlTree::AddNode(DOMNodeType type, std::uint32_t name, XmlNodeId parent) {
+XmlNodeId CXmlTree::AddNode(DOMNodeType type, std::uint32_t name) {
     const XmlNodeId id = m_nodes.Add();
-    XmlNode& node = m_nodes[id];
-    node.typeAndName = name << XmlNode::kNameShift | static_cast<std::uint32_t>(type);
-    node.parent = parent;
+    m_nodes[id].typeAndName = name << XmlNode::kNameShift | static_cast<std::uint32_t>(type);
     return id;
 }
 
-XmlNodeId CXmlTree::AddElement(std::uint32_t name, XmlNodeId parent) {
-    const XmlNodeId id = AddNode(NODE_ELEMENT, name, parent);
+XmlNodeId CXmlTree::AddElement(std::uint32_t name) {
+    const XmlNodeId id = AddNode(NODE_ELEMENT, name);
     m_nodes[id].element = {0, 0, m_attrs.Size(), 0};
     return id;
 }
 
-XmlNodeId CXmlTree::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text, XmlNodeId parent) {
-    const XmlNodeId id = AddNode(type, name, parent);
-    m_nodes[id].text = {text, SysStringLen(const_cast<BSTR>(text)), false};
+XmlNodeId CXmlTree::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text) {
+    const XmlNodeId id = AddNode(type, name);
+    m_nodes[id].text = text;
     return id;
 }
 
-void CXmlTree::AddAttr(XmlNode& element, std::uint32_t name, const WCHAR* value) {
-    XmlElementData& data = element.element;
-    const bool isLastRun = data.firstAttr + data.attrCount == m_attrs.Size();
-    if (!isLastRun || element.typeAndName & XmlNode::kAttrsHaveRoom) [[unlikely]] {
-        AddAttrApart(element, {value, name});
-        return;
-    }
-    const std::uint32_t number = m_attrs.Add();
-    m_attrs[number] = {value, name};
-    ++data.attrCount;
-}
-
-// An element's attributes usually come one after another, and its run is the last. Another run moves behind all others,
-// to room for as many again, so that elements may get attributes in any order.
-void CXmlTree::AddAttrApart(XmlNode& element, const XmlAttr& attr) {
-    XmlElementData& data = element.element;
-    const bool hasRoom = (element.typeAndName & XmlNode::kAttrsHaveRoom) && !std::has_single_bit(data.attrCount);
-    if (!hasRoom) {
-        const std::uint32_t first = m_attrs.Size();
-        const std::uint32_t room = std::bit_ceil(data.attrCount + 1);
-        for (std::uint32_t i = 0; i < room; ++i) m_attrs.Add();
-        for (std::uint32_t i = 0; i < data.attrCount; ++i) m_attrs[first + i] = m_attrs[data.firstAttr + i];
-        data.firstAttr = first;
-        if (room > 1) element.typeAndName |= XmlNode::kAttrsHaveRoom;
-    }
-    m_attrs[data.firstAttr + data.attrCount++] = attr;
+void CXmlTree::AddAttr(XmlNodeId element, std::uint32_t name, const WCHAR* value) {
+    m_attrs[m_attrs.Add()] = {value, name};
+    ++m_nodes[element].element.attrCount;
 }
 
 void CXmlTree::SetChildren(XmlNodeId parent, const XmlNodeId* children, std::size_t count) {
@@ -168,32 +142,4 @@ void CXmlTree::SetChildren(XmlNodeId parent, const XmlNodeId* children, std::siz
     element.firstChild = static_cast<std::uint32_t>(m_children.size());
     m_children.insert(m_children.end(), children, children + count);
     element.childCount = static_cast<std::uint32_t>(count);
-}
-
-// A run that was appended to has room for the next power of two of children.
-void CXmlTree::AppendChild(XmlNodeId parent, XmlNodeId child) {
-    constexpr std::uint32_t kLeastRoom = 2;
-    XmlElementData& element = m_nodes[parent].element;
-    const std::uint32_t count = element.childCount;
-    const bool isFull = count == 0 || (count >= kLeastRoom && std::has_single_bit(count));
-    if (isFull) {
-        const std::size_t end = m_children.size();
-        const std::uint32_t room = std::max(count * 2, kLeastRoom);
-        if (room < count || room > kNoXmlNode - end) throw std::bad_alloc();
-        const bool isLast = count > 0 && element.firstChild + count == end;
-        m_children.resize(end + (isLast ? room - count : room), kNoXmlNode);
-        if (!isLast) {
-            std::copy_n(m_children.begin() + element.firstChild, count, m_children.begin() + static_cast<std::ptrdiff_t>(end));
-            element.firstChild = static_cast<std::uint32_t>(end);
-        }
-    }
-    m_children[element.firstChild + count] = child;
-    ++element.childCount;
-    m_nodes[child].parent = parent;
-}
-
-void CXmlTree::RemoveChildren(XmlNodeId parent) {
-    XmlElementData& element = m_nodes[parent].element;
-    for (std::uint32_t i = 0; i < element.childCount; ++i) m_nodes[m_children[element.firstChild + i]].parent = kNoXmlNode;
-    element.childCount = 0;
 }

@@ -106,7 +106,6 @@ struct XmlName {
     std::string_view bytes;  // UTF-8, zero-terminated
     const WCHAR* text;       // the same as BSTR
     std::uint32_t hash;
-    bool isKnownGood;        // has been found to be a name in XML
 };
 
 /// Every distinct name once, by number. A new name goes through the arena: no text may be open there.
@@ -143,24 +142,16 @@ struct XmlElementData {
     std::uint32_t attrCount;
 };
 
-struct XmlTextData {
-    const WCHAR* units;    // a BSTR, but for shared texts
-    std::uint32_t length;  // in code units
-    bool isShared;         // a part of a longer text: not a BSTR, not terminated
-};
-
-/// One node. Elements and the document have `element`, all others `text`.
+/// One node. Elements and the document have `element`, all others `text`, a BSTR.
 struct XmlNode {
     std::uint32_t typeAndName;  // see below
-    XmlNodeId parent;
     union {
         XmlElementData element;
-        XmlTextData text;
+        const WCHAR* text;
     };
 
     static constexpr std::uint32_t kTypeMask = 0xF;
-    static constexpr std::uint32_t kAttrsHaveRoom = 0x10;  // the run of attributes has room for a power of two
-    static constexpr unsigned kNameShift = 5;
+    static constexpr unsigned kNameShift = 4;
     static constexpr std::uint32_t kMostNames = 1u << (32 - kNameShift);
 
     DOMNodeType Type() const { return static_cast<DOMNodeType>(typeAndName & kTypeMask); }
@@ -180,12 +171,10 @@ public:
     CXmlTree(const CXmlTree&) = delete;
     CXmlTree& operator=(const CXmlTree&) = delete;
 
-    XmlNode& Node(XmlNodeId id) { return m_nodes[id]; }
     const XmlNode& Node(XmlNodeId id) const { return m_nodes[id]; }
     XmlNodeId ChildId(const XmlNode& parent, std::uint32_t index) const {
         return m_children[parent.element.firstChild + index];
     }
-    XmlAttr& Attr(std::uint32_t number) { return m_attrs[number]; }
     const XmlAttr& Attr(std::uint32_t number) const { return m_attrs[number]; }
     CXmlNames& Names() { return m_names; }
     const CXmlNames& Names() const { return m_names; }
@@ -197,23 +186,19 @@ public:
     XmlNodeId DocumentElement() const { return m_documentElement; }
     void SetDocumentElement(XmlNodeId id) { m_documentElement = id; }
 
-    /// A new element without attributes and children, or a new node with a BSTR of the arena. It becomes the parent's
+    /// A new element without attributes and children, or a new node with a BSTR of the arena. It becomes its parent's
     /// child through SetChildren.
-    XmlNodeId AddElement(std::uint32_t name, XmlNodeId parent);
-    XmlNodeId AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text, XmlNodeId parent);
+    XmlNodeId AddElement(std::uint32_t name);
+    XmlNodeId AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text);
 
-    void AddAttr(XmlNode& element, std::uint32_t name, const WCHAR* value);
+    /// Only while the element is the newest one.
+    void AddAttr(XmlNodeId element, std::uint32_t name, const WCHAR* value);
 
-    /// Gives a node without children all of them at once; nothing more is then appended to it.
+    /// Gives a node its children, all of them at once.
     void SetChildren(XmlNodeId parent, const XmlNodeId* children, std::size_t count);
-    /// Appends a node without parent.
-    void AppendChild(XmlNodeId parent, XmlNodeId child);
-    /// The children live on, without parent.
-    void RemoveChildren(XmlNodeId parent);
 
 private:
-    XmlNodeId AddNode(DOMNodeType type, std::uint32_t name, XmlNodeId parent);
-    void AddAttrApart(XmlNode& element, const XmlAttr& attr);
+    XmlNodeId AddNode(DOMNodeType type, std::uint32_t name);
 
     CSlabs<XmlNode> m_nodes;
     CSlabs<XmlAttr> m_attrs;

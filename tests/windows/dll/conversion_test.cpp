@@ -1,7 +1,6 @@
 // Conversion through the system's own XML DOM, and what comes of a DOM that fails.
 #include <gtest/gtest.h>
 
-
 #include <windows.h>
 
 #include <msxml2.h>
@@ -58,7 +57,8 @@ TEST(DllConversion, BadXmlTouchesNothingAndBadPathsGiveFalse) {
 TEST(DllConversion, TakesTextsAttributesAndCDataAsTheDomHasThem) {
     const ComSession com;
     const WorkFolder folder;
-    ASSERT_TRUE(Convert(folder, "<?xml version='1.0'?><!-- c --><r B='2' a='1'>\r\n <t>x &amp; y</t><![CDATA[ <z> ]]><?p i?></r>"));
+    ASSERT_TRUE(Convert(
+        folder, "<?xml version='1.0'?><!-- c --><r B='2' a='1'>\r\n <t>x &amp; y</t><![CDATA[ <z> ]]><?p i?></r>"));
     IBinDocument* document = NewDocument();
     ASSERT_TRUE(document->LoadFromFile(folder.File(L"x.bdoc").c_str()));
     IBinNode* root = nullptr;

@@ -28,8 +28,8 @@ TEST(DllExports, NamesAndOrdinalsLeadToTheSameFunctions) {
     }
 }
 
-// Calls with the arguments at one distance from a 16-byte boundary, and holds every callee to its convention: it takes its
-// arguments off the stack, and keeps ebx, esi and edi.
+// Calls with the arguments at one distance from a 16-byte boundary, and holds every callee to its convention: it takes
+// its arguments off the stack, and keeps ebx, esi and edi.
 class RawCaller {
 public:
     explicit RawCaller(std::uint32_t stackShift) : m_stackShift(stackShift) {}
@@ -39,7 +39,8 @@ public:
     }
     // __stdcall: the object is the first argument.
     template <class Interface>
-    RawResult Operation(Interface* object, int entry, std::vector<RawArgument> arguments = {}, bool givesNumber = false) {
+    RawResult Operation(Interface* object, int entry, std::vector<RawArgument> arguments = {},
+                        bool givesNumber = false) {
         arguments.insert(arguments.begin(), RawArgument(object));
         return Call(Table(object)[entry], 0, arguments, givesNumber);
     }
@@ -52,7 +53,8 @@ public:
 private:
     static const void* const* Table(void* object) { return *static_cast<const void* const* const*>(object); }
 
-    RawResult Call(const void* function, std::uint32_t ecx, const std::vector<RawArgument>& arguments, bool givesNumber) {
+    RawResult Call(const void* function, std::uint32_t ecx, const std::vector<RawArgument>& arguments,
+                   bool givesNumber) {
         std::vector<std::uint32_t> pushed;
         for (const RawArgument& argument : arguments) pushed.push_back(argument.value);
         RawResult result = {};

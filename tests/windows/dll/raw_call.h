@@ -1,4 +1,5 @@
-// Calls a function as a host's compiler does, argument by argument, and tells what it does to the stack and the registers.
+// Calls a function as a host's compiler does, argument by argument, and tells what it does to the stack and the
+// registers.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +16,8 @@ struct RawResult {
 
 /// `stackShift`: how far below a multiple of 16 the arguments end; a host keeps the stack to multiples of 4 only.
 extern "C" void ParvelRawCall(const void* function, const std::uint32_t* arguments, std::uint32_t count,
-                              std::uint32_t ecx, std::uint32_t stackShift, RawResult* result, std::uint32_t givesNumber);
+                              std::uint32_t ecx, std::uint32_t stackShift, RawResult* result,
+                              std::uint32_t givesNumber);
 
 /// An argument as the four bytes that are pushed.
 struct RawArgument {

@@ -135,7 +135,7 @@ TEST(DllResources, Version) {
         const wchar_t* field;
         const wchar_t* expected;
     } rows[] = {
-        {L"FileDescription", L"Parvel"},  {L"FileVersion", L"1.1.0.0"},    {L"InternalName", L"Lodan"},
+        {L"FileDescription", L"Parvel"},     {L"FileVersion", L"1.1.0.0"},    {L"InternalName", L"Lodan"},
         {L"OriginalFilename", L"Lodan.DLL"}, {L"ProductVersion", L"1.1.0.0"},
     };
     for (const auto& row : rows) {

@@ -1,5 +1,5 @@
-// message_box_host BAD.xml OUT.bdoc: a host that converts a file that is not well-formed. Tests copy it beside an ini file
-// and close the message box that the library shows; what stood on it is then on standard output.
+// message_box_host BAD.xml OUT.bdoc: a host that converts a file that is not well-formed. Tests copy it beside an ini
+// file and close the message box that the library shows; what stood on it is then on standard output.
 //
 // The DOM's parse error speaks in set words here: systems differ in theirs, and some refuse to tell the place.
 #include <windows.h>
@@ -88,8 +88,8 @@ int main() {
     if (!document || document->get_parseError(&error) != S_OK) return 5;
     {
         const PatchedTable patches[] = {
-            {error, 9, reinterpret_cast<void*>(GiveReason)},       {error, 10, reinterpret_cast<void*>(GiveNoText)},
-            {error, 11, reinterpret_cast<void*>(GiveNumber<2>)},   {error, 12, reinterpret_cast<void*>(GiveNumber<-3>)},
+            {error, 9, reinterpret_cast<void*>(GiveReason)},      {error, 10, reinterpret_cast<void*>(GiveNoText)},
+            {error, 11, reinterpret_cast<void*>(GiveNumber<2>)},  {error, 12, reinterpret_cast<void*>(GiveNumber<-3>)},
             {error, 13, reinterpret_cast<void*>(GiveNumber<17>)},
         };
         const HANDLE watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);

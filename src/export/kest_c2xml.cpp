@@ -1,0 +1,173 @@
+#include "export/kest_c2xml.h"
+
+#include <utility>
+#include <vector>
+
+#include "platform/com_ptr.h"
+#include "platform/text.h"
+#include "xml/msxml_helper.h"
+
+namespace {
+
+bool IsText(std::uint32_t type) {
+    return type == PARVEL_TEXT || type == PARVEL_CDATA;
+}
+
+// The walk that builds the DOM's tree: one step per child, with the open elements on a stack.
+class CElementBuilder {
+public:
+    explicit CElementBuilder(IXMLDOMDocument2& document) : m_document(document) {}
+
+    void Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t depth);
+
+private:
+    struct OpenElement {
+        CComRef<IBinNode> node;
+        CComRef<IXMLDOMElement> element;
+        std::int32_t depth = 0;
+        std::int32_t childCount = 0;
+        std::int32_t nextChild = 0;
+        bool isScript = false;
+        bool isTextSet = false;
+        const WCHAR* content = nullptr;  // the text that is all the element holds, if it is known
+    };
+
+    void Open(IXMLDOMNode* parent, CComRef<IBinNode> node, std::int32_t depth) noexcept;
+    void Advance();
+    void AddText(OpenElement& open, const WCHAR* text);
+    void SetAttributes(IXMLDOMElement& element, IBinNode& node);
+    void SetContent(OpenElement& open, const WCHAR* text);
+    void AppendIndentation(IXMLDOMNode& parent, std::int32_t depth);
+    template <class Node>
+    void Append(IXMLDOMNode& parent, const CComRef<Node>& child) {
+        CheckCom(parent.appendChild(&child.Need(), nullptr));
+    }
+
+    IXMLDOMDocument2& m_document;
+    std::vector<OpenElement> m_path;  // from the outermost open element
+    CBstr m_indentation{TextView(WTEXT("\r\n"))};
+    // Reused from call to call.
+    CBstr m_name;
+    CBstr m_text;
+    CVariant m_value;
+};
+
+void CElementBuilder::Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t depth) {
+    Open(parent, CComRef<IBinNode>::Share(node), depth);
+    while (!m_path.empty()) {
+        try {
+            Advance();
+        } catch (...) {
+            m_path.pop_back();  // cut short; its parent goes on
+        }
+    }
+}
+
+// Adds the element with its attributes and its value, unless that fails on the way; its children follow step by step.
+void CElementBuilder::Open(IXMLDOMNode* parent, CComRef<IBinNode> node, std::int32_t depth) noexcept try {
+    if (!node || node->GetType() != PARVEL_ELEMENT) return;
+    OpenElement open;
+    const TextView name = ViewOf(node->GetName());
+    open.isScript = EqualsIgnoringCase(name, WTEXT("script"));
+    m_name.Assign(name);
+    CheckCom(m_document.createElement(m_name.Get(), open.element.Out()));
+    if (parent) {
+        AppendIndentation(*parent, depth);
+        Append(*parent, open.element);
+    } else {
+        Append(m_document, open.element);
+    }
+    SetAttributes(open.element.Need(), *node.Get());
+    open.depth = depth;
+    if (const WCHAR* value = node->GetValue(); value && *value) SetContent(open, value);
+    open.childCount = node->GetChildCount();
+    open.node = std::move(node);
+    m_path.push_back(std::move(open));
+} catch (...) {
+}
+
+// Takes the next child of the innermost open element, or closes it.
+void CElementBuilder::Advance() {
+    OpenElement& open = m_path.back();
+    if (open.nextChild >= open.childCount) {
+        if (open.childCount > 0 && !open.isTextSet) AppendIndentation(*open.element.Get(), open.depth);
+        m_path.pop_back();
+        return;
+    }
+    CComRef<IBinNode> child;
+    open.node->GetChild(open.nextChild++, child.Out());
+    if (!child) return;
+    if (IsText(child->GetType())) {
+        AddText(open, child->GetValue());
+    } else {
+        open.content = nullptr;
+        Open(open.element.Get(), std::move(child), open.depth + 1);
+    }
+}
+
+void CElementBuilder::AddText(OpenElement& open, const WCHAR* text) {
+    if (open.isScript) {
+        m_text.Assign(ViewOf(text));
+        CComRef<IXMLDOMCDATASection> section;
+        CheckCom(m_document.createCDATASection(m_text.Get(), section.Out()));
+        Append(*open.element.Get(), section);
+    } else if (text && *text) {
+        SetContent(open, text);
+        open.isTextSet = true;
+    }
+}
+
+void CElementBuilder::SetContent(OpenElement& open, const WCHAR* text) {
+    // The value of an element is most often the text of its only child, which then comes a second time.
+    if (open.content && (open.content == text || ViewOf(open.content) == ViewOf(text))) return;
+    m_value.Assign(ViewOf(text));
+    CheckCom(open.element->put_nodeTypedValue(m_value.Get()));
+    open.content = text;
+}
+
+void CElementBuilder::SetAttributes(IXMLDOMElement& element, IBinNode& node) {
+    const std::int32_t count = node.GetAttrCount();
+    for (std::int32_t i = 0; i < count; ++i) {
+        CComRef<IAttrPair> pair;
+        node.GetAttrPair(i, pair.Out());
+        if (!pair) continue;
+        m_name.Assign(ViewOf(pair->GetName()));
+        m_value.Assign(ViewOf(pair->GetValue()));
+        CheckCom(element.setAttribute(m_name.Get(), m_value.Get()));
+    }
+}
+
+void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth) {
+    constexpr std::size_t kLineBreakUnits = 2;
+    m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
+    CComRef<IXMLDOMText> text;
+    CheckCom(m_document.createTextNode(m_indentation.Get(), text.Out()));
+    Append(parent, text);
+}
+
+}  // namespace
+
+bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
+    if (!path || !*path || !root) return false;
+    try {
+        CComRef<IXMLDOMDocument2> document;
+        {
+            const auto made = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::CreateXmlDocument(WTEXT("utf-8")));
+            if (!made) return false;
+            void* asked = nullptr;
+            CheckCom(made->QueryInterface(IID_IXMLDOMDocument2, &asked));
+            document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(asked));
+        }
+        BuildElement(&document.Need(), nullptr, root, 0);
+        const CVariant target{TextView(path)};
+        CheckCom(document->save(target.Get()));
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+void CKestC2XML::BuildElement(IXMLDOMDocument2* document, IXMLDOMNode* parent, IBinNode* node,
+                              std::int32_t depth) noexcept {
+    if (document) CElementBuilder(*document).Build(parent, node, depth);
+}

@@ -1,0 +1,151 @@
+// The small COM layer: texts, values, the making of objects; and the fast way from UTF-8 to UTF-16.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "platform/com_ptr.h"
+#include "platform/linux/xml_transcode.h"
+#include "platform/linux/xml_tree.h"
+#include "platform/utf8.h"
+#include "platform/xmldom.h"
+#include "xml/msxml_helper.h"
+
+namespace {
+
+Text TextOf(BSTR text) {
+    return Text(text, SysStringLen(text));
+}
+
+TEST(Com, TextsKnowTheirLengthAndEnd) {
+    EXPECT_EQ(SysAllocString(nullptr), nullptr);
+    EXPECT_EQ(SysStringLen(nullptr), 0u);
+    SysFreeString(nullptr);
+    const Text withZero{u'a', 0, u'b'};
+    BSTR text = SysAllocStringLen(withZero.data(), 3);
+    EXPECT_EQ(TextOf(text), withZero);
+    EXPECT_EQ(text[3], 0);
+    EXPECT_TRUE(SysReAllocStringLen(&text, text + 1, 2));  // from itself
+    EXPECT_EQ(TextOf(text), Text({0, u'b'}));
+    for (const std::size_t length : {0u, 1u, 1000u, 3u}) {
+        const Text filler(length, u'x');
+        EXPECT_TRUE(SysReAllocStringLen(&text, filler.data(), static_cast<UINT>(length)));
+        EXPECT_EQ(TextOf(text), filler);
+        EXPECT_EQ(text[length], 0);
+    }
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFF), nullptr);
+    BSTR kept = text;
+    EXPECT_FALSE(SysReAllocStringLen(&text, nullptr, 0xFFFFFFFF));
+    EXPECT_EQ(text, kept);
+    SysFreeString(text);
+}
+
+TEST(Com, BorrowedTextsAreLeftAlone) {
+    CTextArena arena;
+    std::vector<const WCHAR*> texts;
+    for (std::size_t length = 0; length < 300; ++length) texts.push_back(arena.Copy(Text(length, u'x')));
+    for (std::size_t length = 0; length < texts.size(); ++length) {
+        BSTR text = const_cast<BSTR>(texts[length]);
+        SysFreeString(text);
+        EXPECT_EQ(TextOf(text), Text(length, u'x'));
+        EXPECT_EQ(text[length], 0);
+        BSTR own = text;
+        EXPECT_TRUE(SysReAllocStringLen(&own, WTEXT("y"), 1));  // takes the place of a borrowed one
+        EXPECT_NE(own, text);
+        SysFreeString(own);
+    }
+}
+
+TEST(Com, ValuesBecomeTexts) {
+    const struct {
+        VARTYPE type;
+        LONG number;
+        HRESULT result;
+        const char16_t* text;
+    } rows[] = {
+        {VT_EMPTY, 0, S_OK, u""},
+        {VT_I4, -2147483647 - 1, S_OK, u"-2147483648"},
+        {VT_I4, 7, S_OK, u"7"},
+        {VT_NULL, 0, DISP_E_TYPEMISMATCH, u""},
+        {99, 0, DISP_E_TYPEMISMATCH, u""},
+    };
+    for (const auto& row : rows) {
+        VARIANT value = {};
+        value.vt = row.type;
+        value.lVal = row.number;
+        EXPECT_EQ(VariantChangeType(&value, &value, 0, VT_BSTR), row.result);
+        EXPECT_EQ(value.vt, SUCCEEDED(row.result) ? VARTYPE{VT_BSTR} : row.type);
+        if (value.vt == VT_BSTR) {
+            EXPECT_EQ(TextOf(value.bstrVal), row.text);
+            VariantClear(&value);
+        }
+        EXPECT_EQ(VariantChangeType(&value, &value, 0, VT_I4), DISP_E_TYPEMISMATCH);
+    }
+    CVariant value{TextView(u"text")};
+    EXPECT_EQ(value.View(), u"text");
+    value.Assign(u"more");
+    EXPECT_EQ(value.View(), u"more");
+    value.Out()->vt = VT_NULL;
+    EXPECT_THROW(value.View(), _com_error);
+    value.Assign({});
+    EXPECT_EQ(value.View(), u"");
+    CBstr text{TextView(u"text")};
+    EXPECT_EQ(text.View(), u"text");
+    *text.Out() = nullptr;
+    EXPECT_EQ(text.View(), u"");
+}
+
+TEST(Com, OnlyTheOneClassIsMade) {
+    void* out = &out;
+    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(CoCreateInstance(IID_IUnknown, nullptr, 1, IID_IUnknown, &out), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IXMLDOMElement, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(OleRun(nullptr), E_INVALIDARG);
+    ASSERT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IXMLDOMDocument2, &out), S_OK);
+    const auto document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(out));
+    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, document.Get(), 1, IID_IUnknown, &out), CLASS_E_NOAGGREGATION);
+
+    // Loads that fail leave it as it was; after one that succeeds it is not loaded or edited any more.
+    CComRef<IXMLDOMNodeList> children;
+    ASSERT_EQ(document->get_childNodes(children.Out()), S_OK);
+    VARIANT_BOOL isDone = VARIANT_TRUE;
+    VARIANT number = {};
+    EXPECT_EQ(document->load(number, &isDone), E_INVALIDARG);
+    const CVariant missing{TextView(u"/no/such/file")};
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(document->load(missing.Get(), &isDone), S_FALSE);
+    EXPECT_EQ(isDone, VARIANT_FALSE);
+    CComRef<IXMLDOMElement> element;
+    EXPECT_EQ(document->get_documentElement(element.Out()), S_FALSE);
+    LONG count = -1;
+    EXPECT_EQ(children->get_length(&count), S_OK);
+    EXPECT_EQ(count, 0);
+    const CBstr name{TextView(u"a")};
+    EXPECT_EQ(document->createElement(name.Get(), element.Out()), S_OK);
+    EXPECT_EQ(document->load(missing.Get(), &isDone), E_UNEXPECTED);
+}
+
+TEST(XmlTranscode, WidensLikeItsSlowTwin) {
+    std::mt19937 random(5);
+    const char32_t points[] = {0x41, 0x7F, 0x80, 0x7FF, 0x800, 0x4E2D, 0xD7FF, 0xE000, 0xFFFD, 0x10000, 0x10FFFF};
+    for (int round = 0; round < 20'000; ++round) {
+        std::string bytes;
+        const bool isMostlyAscii = random() % 2 == 0;
+        for (std::size_t i = random() % 40; i > 0; --i) {
+            AppendUtf8(isMostlyAscii && random() % 8 ? char32_t{'a'} : points[random() % std::size(points)], bytes);
+        }
+        Text expected;
+        ASSERT_TRUE(Utf8ToText(bytes, expected));
+        constexpr WCHAR kUntouched = 0x5555;
+        Text units(bytes.size() + 1, kUntouched);
+        const WCHAR* end = WidenUtf8(bytes.data(), bytes.size(), units.data());
+        ASSERT_EQ(Text(units.c_str(), static_cast<std::size_t>(end - units.data())), expected) << bytes;
+        ASSERT_EQ(units[bytes.size()], kUntouched) << bytes;
+        ASSERT_EQ(Utf8ForDisplay(bytes.data(), bytes.size()), expected);
+    }
+    const std::string broken = "a\xC3(\xE4\xB8\xAD\xF0\x9D";
+    EXPECT_EQ(TextToUtf8(Utf8ForDisplay(broken.data(), broken.size())), "a\uFFFD(中\uFFFD\uFFFD");
+}
+
+}  // namespace

@@ -1,0 +1,258 @@
+// The files that the export saves: byte for byte, as two parsers that are not ours read them, deep ones, and those that
+// cannot be written.
+#include <expat.h>
+#include <gtest/gtest.h>
+#include <libxml/xmlreader.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <string>
+
+#include "dom_tree.h"
+#include "export_trees.h"
+#include "model/document.h"
+#include "platform/utf8.h"
+
+namespace {
+
+// All that a parser tells of a file, in one text; texts are joined with the CDATA sections beside them.
+class CEvents {
+public:
+    void Start(const std::string& name) { m_shown += "<" + name; }
+    void Attr(const std::string& name, const std::string& value) { m_shown += " " + name + "={" + value + "}"; }
+    void StartDone() { m_shown += ">"; }
+    void End(const std::string& name) { m_shown += "</" + name + ">"; }
+    void Text(const std::string& text) { m_shown += text; }
+    const std::string& Shown() const { return m_shown; }
+
+private:
+    std::string m_shown;
+};
+
+std::string ByExpat(const std::string& file) {
+    CEvents events;
+    const XML_Parser parser = XML_ParserCreate(nullptr);
+    XML_SetUserData(parser, &events);
+    XML_SetElementHandler(
+        parser,
+        [](void* data, const char* name, const char** attrs) {
+            auto& to = *static_cast<CEvents*>(data);
+            to.Start(name);
+            for (; *attrs; attrs += 2) to.Attr(attrs[0], attrs[1]);
+            to.StartDone();
+        },
+        [](void* data, const char* name) { static_cast<CEvents*>(data)->End(name); });
+    XML_SetCharacterDataHandler(parser, [](void* data, const char* bytes, int count) {
+        static_cast<CEvents*>(data)->Text(std::string(bytes, static_cast<std::size_t>(count)));
+    });
+    const XML_Status status = XML_Parse(parser, file.data(), static_cast<int>(file.size()), XML_TRUE);
+    const std::string shown = status == XML_STATUS_OK ? events.Shown() : XML_ErrorString(XML_GetErrorCode(parser));
+    XML_ParserFree(parser);
+    return shown;
+}
+
+std::string ByLibxml2(const std::string& file) {
+    CEvents events;
+    const auto text = [](const xmlChar* bytes) {
+        return bytes ? std::string(reinterpret_cast<const char*>(bytes)) : "";
+    };
+    // Not by its streaming reader, which leaves the line ends of CDATA sections as they are.
+    const xmlDocPtr document = xmlReadMemory(file.data(), static_cast<int>(file.size()), nullptr, nullptr,
+                                             XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    if (!document) return "libxml2 refuses the file";
+    const xmlTextReaderPtr reader = xmlReaderWalker(document);
+    int status = 0;
+    while ((status = xmlTextReaderRead(reader)) == 1) {
+        const xmlChar* name = xmlTextReaderConstName(reader);
+        switch (xmlTextReaderNodeType(reader)) {
+            case XML_READER_TYPE_ELEMENT: {
+                events.Start(text(name));
+                const bool isEmpty = xmlTextReaderIsEmptyElement(reader) == 1;
+                while (xmlTextReaderMoveToNextAttribute(reader) == 1) {
+                    events.Attr(text(xmlTextReaderConstName(reader)), text(xmlTextReaderConstValue(reader)));
+                }
+                events.StartDone();
+                if (isEmpty) events.End(text(name));
+                break;
+            }
+            case XML_READER_TYPE_END_ELEMENT:
+                events.End(text(name));
+                break;
+            default:
+                events.Text(text(xmlTextReaderConstValue(reader)));
+                break;
+        }
+    }
+    xmlFreeTextReader(reader);
+    xmlFreeDoc(document);
+    return status == 0 ? events.Shown() : "libxml2 stops";
+}
+
+// The same of a predicted tree. What is written as it stands comes back with plain line feeds.
+std::string Unix(std::string text) {
+    for (std::size_t i = 0; (i = text.find("\r\n", i)) != std::string::npos;) text.erase(i, 1);
+    std::replace(text.begin(), text.end(), '\r', '\n');
+    return text;
+}
+
+void Tell(const SmallTree& tree, CEvents& events) {
+    const std::string text = TextToUtf8(tree.text);
+    if (!tree.IsElement()) {
+        const bool isBlank = text.find_first_not_of(" \t\r\n") == std::string::npos;
+        events.Text(isBlank || tree.type == 4 ? Unix(text) : text);
+        return;
+    }
+    events.Start(text);
+    for (const auto& [name, value] : tree.attrs) events.Attr(TextToUtf8(name), TextToUtf8(value));
+    events.StartDone();
+    for (const SmallTree& child : tree.children) Tell(child, events);
+    events.End(text);
+}
+
+// The bytes that a predicted tree must be saved as.
+std::string Escaped(const Text& text, bool isAttr) {
+    std::string escaped;
+    for (const char c : TextToUtf8(text)) {
+        switch (c) {
+            case '&':
+                escaped += "&amp;";
+                break;
+            case '<':
+                escaped += "&lt;";
+                break;
+            case '>':
+                escaped += "&gt;";
+                break;
+            case '\r':
+                escaped += "&#13;";
+                break;
+            case '"':
+                escaped += isAttr ? "&quot;" : "\"";
+                break;
+            case '\n':
+                escaped += isAttr ? "&#10;" : "\n";
+                break;
+            case '\t':
+                escaped += isAttr ? "&#9;" : "\t";
+                break;
+            default:
+                escaped += c;
+        }
+    }
+    return escaped;
+}
+
+std::string Serialised(const SmallTree& tree) {
+    const std::string text = TextToUtf8(tree.text);
+    if (tree.type == 3) {
+        return text.find_first_not_of(" \t\r\n") == std::string::npos ? text : Escaped(tree.text, false);
+    }
+    if (tree.type == 4) {
+        std::string section = text;
+        for (std::size_t i = 0; (i = section.find("]]>", i)) != std::string::npos; i += 3) {
+            section.replace(i, 3, "]]]]><![CDATA[>");
+            i += 11;
+        }
+        return "<![CDATA[" + section + "]]>";
+    }
+    std::string shown = "<" + text;
+    for (const auto& [name, value] : tree.attrs) shown += " " + TextToUtf8(name) + "=\"" + Escaped(value, true) + "\"";
+    if (tree.children.empty()) return shown + "/>";
+    shown += ">";
+    for (const SmallTree& child : tree.children) shown += Serialised(child);
+    return shown + "</" + text + ">";
+}
+
+constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n";
+
+TEST(ExportFiles, EachCaseIsSavedAsItMustBe) {
+    const CTestFolder folder;
+    for (const ExportCase& row : ExportCases()) {
+        SCOPED_TRACE(row.name);
+        ASSERT_TRUE(ExportFile(row.tree, folder.Path("out.xml")));
+        EXPECT_EQ(ReadText(folder.File("out.xml")), kDeclaration + row.file);
+    }
+}
+
+TEST(ExportFiles, RandomTreesFollowTheRulesAndTwoOtherParsersReadThem) {
+    const CTestFolder folder;
+    for (unsigned seed = 1; seed <= 3000; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        const SmallTree tree = RandomDocument(seed);
+        const SmallTree predicted = Predicted(tree);
+        ASSERT_TRUE(ExportFile(tree, folder.Path("out.xml")));
+        const std::string file = ReadText(folder.File("out.xml"));
+        ASSERT_EQ(file, kDeclaration + Serialised(predicted)) << Notation(tree);
+        CEvents expected;
+        Tell(predicted, expected);
+        ASSERT_EQ(ByExpat(file), expected.Shown()) << file;
+        ASSERT_EQ(ByLibxml2(file), expected.Shown()) << file;
+    }
+}
+
+TEST(ExportFiles, NodesOfOtherTypesAreLeftOut) {
+    // Element a with the children: unknown record, element a. The reader meets the same bytes for all that follows.
+    const auto document = CComRef<IBinDocument>::Adopt(CBinaryDocument::Create());
+    const unsigned char bytes[] = {1, 0,    0,    0,    2,    0, 0, 0, 'a', 0, 1, 0, 0, 0,
+                                   0, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0,   1, 0, 0, 0, 9};
+    ASSERT_TRUE(document->LoadFromBuffer(bytes));
+    const CTestFolder folder;
+    ASSERT_TRUE(document->ExportToXml(folder.Path("out.xml").c_str()));
+    EXPECT_EQ(ReadText(folder.File("out.xml")), kDeclaration + std::string("<a>\r\n</a>"));
+}
+
+// A document of one element per level.
+CComRef<IBinDocument> Chain(std::size_t levels) {
+    std::vector<unsigned char> bytes = {1, 0, 0, 0, 2, 0, 0, 0, 'a', 0};
+    const unsigned char record[] = {1, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 1, 0, 0, 0};
+    for (std::size_t i = 0; i < levels; ++i) bytes.insert(bytes.end(), std::begin(record), std::end(record));
+    bytes[bytes.size() - 4] = 0;
+    CComRef<IBinDocument> document = LoadTree(T({}));
+    EXPECT_TRUE(document->LoadFromBuffer(bytes.data()));
+    return document;
+}
+
+TEST(ExportFiles, DepthNeedsNoStackAndSharesItsIndentation) {
+    const CTestFolder folder;
+    constexpr std::size_t kLevels = 4000;
+    ASSERT_TRUE(Chain(kLevels)->ExportToXml(folder.Path("deep.xml").c_str()));
+    const std::string file = ReadText(folder.File("deep.xml"));
+    // Each level but the first opens, and each but the last closes, on a line of its own with a tab per level.
+    constexpr std::size_t kLines = 2 * (kLevels - 1);
+    constexpr std::size_t kTabs = kLevels * (kLevels - 1) / 2 + (kLevels - 1) * (kLevels - 2) / 2;
+    EXPECT_EQ(static_cast<std::size_t>(std::count(file.begin(), file.end(), '\n')), kLines + 1);
+    EXPECT_EQ(static_cast<std::size_t>(std::count(file.begin(), file.end(), '\t')), kTabs);
+    EXPECT_NE(file.find("<a/>"), std::string::npos);
+}
+
+TEST(ExportFiles, AFullDiskGivesFalseAndLeavesNoHalfFile) {
+    const CTestFolder folder;
+    SmallTree wide = E(WTEXT("a"));
+    for (int i = 0; i < 30000; ++i) wide.children.push_back(E(WTEXT("child"), {T(WTEXT("text"))}));
+    const auto document = LoadTree(wide);
+    EXPECT_FALSE(document->ExportToXml(WTEXT("/dev/full")));
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    EXPECT_TRUE(document->ExportToXml(WTEXT("/dev/null")));
+
+    // A limit on the size of files is as good as a disk that gets full on the way.
+    std::filesystem::create_symlink(folder.File("real.xml"), folder.File("link.xml"));
+    rlimit limit = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlim_t former = limit.rlim_cur;
+    const auto formerHandler = std::signal(SIGXFSZ, SIG_IGN);
+    limit.rlim_cur = 600000;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const bool isWritten = document->ExportToXml(folder.Path("part.xml").c_str());
+    const bool isWrittenThroughLink = document->ExportToXml(folder.Path("link.xml").c_str());
+    limit.rlim_cur = former;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, formerHandler);
+    EXPECT_FALSE(isWritten);
+    EXPECT_FALSE(isWrittenThroughLink);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("part.xml")));
+    EXPECT_FALSE(std::filesystem::exists(folder.File("real.xml")));
+}
+
+}  // namespace
