@@ -133,7 +133,7 @@ CHandle CTarget::Reopen() const {
 std::string ReadStandardInput() {
     std::string all;
     CHandle input;
-    if (const int error = input.OpenStandardInput()) FailAccess("standard input", "open", error, "");
+    if (const int error = input.OpenStandardInput()) FailAccess("standard input", "read", error, "");
     ReadAll(input, "standard input", [&](std::string_view bytes) { all += bytes; });
     return all;
 }

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <string>
 
+#include "hosts/dom_repair.h"
 #include "platform/program.h"
 
 namespace {
@@ -44,6 +45,7 @@ const char* ConvertOne(const fs::path& xml, const fs::path& stem) {
 
 int main(int argc, char** argv) {
     const CProgram program(argc, argv);
+    RepairDom();
     if (program.Arguments().size() != 1) {
         std::cerr << "usage: parvel_convert_all FOLDER < names\n";
         return 4;
