@@ -40,7 +40,8 @@ void CheckWritten(const CSource& source, CTarget& target) {
             throw CFault(ExitCode::BadInput, source.Name(), "no reader would load the document: " + fault.text,
                          "shorten or split that text; nothing was kept");
         default:
-            throw CFault(ExitCode::NoAccess, target.Name(), "could not be written whole", "is the disk full?");
+            throw CFault(ExitCode::NoAccess, target.Name(), "could not be written whole",
+                         "is the disk full, or memory?");
     }
 }
 

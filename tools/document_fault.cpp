@@ -135,6 +135,7 @@ DocumentFault FindDocumentFault(const CHandle& file) {
         }
     }
     fault.offset = reader.Offset();
-    fault.text = "the records behind its " + std::to_string(wordCount) + " words are cut short or damaged";
+    fault.text =
+        "the records behind its " + std::to_string(wordCount) + " words are cut short or damaged, or memory ran out";
     return fault;
 }

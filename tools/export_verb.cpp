@@ -19,7 +19,7 @@ ExitCode Export(const ExportOptions& options) {
     CTarget target(options.xmlName, source);
     if (!document->ExportToXml(target.Path())) {
         target.CheckAccess();
-        throw CFault(ExitCode::NoAccess, target.Name(), "could not be written whole", "is the disk full?");
+        throw CFault(ExitCode::NoAccess, target.Name(), "could not be written whole", "is the disk full, or memory?");
     }
     target.Deliver();
     return ExitCode::Done;

@@ -71,7 +71,7 @@ CSource::CSource(const std::string& name) : m_name(name == "-" ? "standard input
     CHandle kept;
     int error = kept.OpenToWrite(m_temporary.Path().c_str());
     const auto checkKept = [&] {
-        if (error != 0) FailAccess(TemporaryFolder(), "keep standard input", error, RoomHelp());
+        if (error != 0) FailAccess(TemporaryFolder(), "keep " + m_name, error, RoomHelp());
     };
     checkKept();
     ReadAll(m_handle, m_name, [&](std::string_view bytes) {

@@ -56,7 +56,7 @@ std::string Written(Number number) {
     return {digits, std::to_chars(digits, digits + sizeof digits, number).ptr};
 }
 
-void AppendValue(IScriptResultParser* value, const ResultView& view, std::string& line) {
+void AppendValue(IScriptResultParser* value, const TreeView& view, std::string& line) {
     const TextView text(value->GetString());
     if (!value->IsUnquoted()) {
         line += "string ";
@@ -88,7 +88,7 @@ struct Step {
 
 }  // namespace
 
-std::size_t PrintResult(IScriptResultParser* result, std::size_t unitCount, const ResultView& view, COutput& output) {
+std::size_t PrintResult(IScriptResultParser* result, std::size_t unitCount, const TreeView& view, COutput& output) {
     const std::uint64_t levelLimit = kMostWork / std::max<std::size_t>(unitCount, 1);
     std::size_t stoppedAt = 0;
     std::vector<Step> path;

@@ -1,7 +1,5 @@
 // parvel result: a script's result, taken apart, as an indented tree.
-#include <cstdint>
 #include <cstdio>
-#include <limits>
 #include <memory>
 #include <new>
 #include <string>
@@ -13,15 +11,13 @@
 #include "platform/utf8.h"
 #include "result_printer.h"
 #include "verbs.h"
+#include "view.h"
 
 namespace {
 
-constexpr std::size_t kUsualCharacters = 200;
-
 struct ResultOptions {
     std::string text;
-    std::uint64_t depth = 0;  // 0: all
-    bool isFull = false;
+    TreeView view;
 };
 
 [[noreturn]] void RefuseByte(const std::string& place, std::size_t offset, const std::string& what) {
@@ -79,10 +75,8 @@ ExitCode ShowResult(const ResultOptions& options) {
     CComRef<IScriptResultParser> result;
     if (!GetScriptResultParser(text.c_str(), result.Out())) throw std::bad_alloc();
 
-    const ResultView view = {options.depth == 0 ? std::numeric_limits<std::uint64_t>::max() : options.depth,
-                             options.isFull ? std::numeric_limits<std::size_t>::max() : kUsualCharacters};
     COutput output;
-    const std::size_t stoppedAt = PrintResult(result.Get(), text.size(), view, output);
+    const std::size_t stoppedAt = PrintResult(result.Get(), text.size(), options.view, output);
     output.Finish();
     if (stoppedAt > 0) {
         throw CFault(ExitCode::BadInput, "", "lists nest too deep to be shown whole",
@@ -103,11 +97,6 @@ void AddResultVerb(CLI::App& app, Action& chosen) {
                      "The result's text; - reads it from standard input, -- goes before a text "
                      "that begins with a dash")
         ->required();
-    verb->add_option("--depth", options->depth, "Show this many levels; the result itself is level 1")
-        ->check([](const std::string& text) {
-            return text.find_first_not_of("0") == std::string::npos ? std::string("must be 1 or more") : "";
-        })
-        ->type_name("N");
-    verb->add_flag("--full", options->isFull, "Show texts whole that are longer than 200 characters");
+    AddViewOptions(*verb, options->view, "the result itself");
     verb->callback([options, &chosen] { chosen = [options] { return ShowResult(*options); }; });
 }

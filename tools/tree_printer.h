@@ -15,11 +15,8 @@
 
 #include "files.h"
 #include "parvel/parvel.h"
+#include "view.h"
 
-struct TreeView {
-    std::uint64_t mostLevels;    // the root is level 1
-    std::size_t mostCharacters;  // of each text
-};
-
-/// Prints the tree below `root`. Time is linear in the tree, and so is the length of what is printed.
+/// Prints the tree below `root`. The length of what is printed is linear in the tree; the
+/// time, in its texts as they are met.
 void PrintTree(IBinNode* root, const TreeView& view, COutput& output);

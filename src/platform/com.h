@@ -50,9 +50,9 @@ constexpr bool FAILED(HRESULT result) {
 /// {00000000-0000-0000-C000-000000000046}
 inline constexpr IID IID_IUnknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-/// A text that knows its length: the four bytes in front of it hold the length in bytes, a zero unit follows it. Null is
-/// the empty text. An odd length marks a borrowed text: it belongs to the object that handed it out, lives as long as
-/// that object's XML document, may be passed to SysFreeString like any other, and is then left alone.
+/// A text that knows its length: the four bytes in front of it hold the length in bytes, a zero unit follows it. Null
+/// is the empty text. An odd length marks a borrowed text: it belongs to the object that handed it out, lives as long
+/// as that object's XML document, may be passed to SysFreeString like any other, and is then left alone.
 using BSTR = WCHAR*;
 
 inline constexpr std::uint32_t kBorrowedTextMark = 1;

@@ -1,7 +1,7 @@
 // Owners for what COM counts or frees: interface pointers, BSTR strings, VARIANT values.
 //
-// They keep AddRef, Release and SysFreeString out of ordinary code. CComRef serves any interface, Parvel's own included.
-// What goes wrong is raised as _com_error.
+// They keep AddRef, Release and SysFreeString out of ordinary code. CComRef serves any interface, Parvel's own
+// included. What goes wrong is raised as _com_error.
 #pragma once
 
 #include <utility>
@@ -10,7 +10,8 @@
 
 /// Raises a failure code.
 inline void CheckCom(HRESULT result) {
-    if (FAILED(result)) [[unlikely]] _com_issue_error(result);
+    if (FAILED(result)) [[unlikely]]
+        _com_issue_error(result);
 }
 
 /// One counted reference, or null.
@@ -46,7 +47,8 @@ public:
 
     /// The object, which must be there: null raises E_POINTER.
     Interface& Need() const {
-        if (!m_object) [[unlikely]] _com_issue_error(E_POINTER);
+        if (!m_object) [[unlikely]]
+            _com_issue_error(E_POINTER);
         return *m_object;
     }
 
@@ -93,8 +95,12 @@ public:
 #endif
     }
 
-    BSTR Get() const { return m_text; }
-    TextView View() const { return TextView(m_text, SysStringLen(m_text)); }
+    BSTR Get() const {
+        return m_text;
+    }
+    TextView View() const {
+        return TextView(m_text, SysStringLen(m_text));
+    }
 
     BSTR* Out() {
         SysFreeString(std::exchange(m_text, nullptr));
@@ -136,7 +142,8 @@ public:
 
     /// The value as a text that lives as long as this value stays; what is no text is converted.
     TextView View() {
-        if (m_value.vt != VT_BSTR) [[unlikely]] CheckCom(VariantChangeType(&m_value, &m_value, 0, VT_BSTR));
+        if (m_value.vt != VT_BSTR) [[unlikely]]
+            CheckCom(VariantChangeType(&m_value, &m_value, 0, VT_BSTR));
         return TextView(m_value.bstrVal, SysStringLen(m_value.bstrVal));
     }
 

@@ -20,8 +20,8 @@ inline std::size_t TextLengthPortable(const WCHAR* text) {
 
 #ifdef __SSE2__
 
-/// The same, eight units a step. It looks at whole blocks of 16 bytes at multiples of 16, which never reach into a page that
-/// the text does not reach into; a sanitizer cannot know that.
+/// The same, eight units a step. It looks at whole blocks of 16 bytes at multiples of 16, which never reach into a page
+/// that the text does not reach into; a sanitizer cannot know that.
 __attribute__((no_sanitize("address"))) inline std::size_t TextLength(const WCHAR* text) {
     constexpr std::uintptr_t kBlockBytes = 16;
     const auto skippedBytes = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(text) % kBlockBytes);

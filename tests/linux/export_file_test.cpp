@@ -209,8 +209,8 @@ TEST(ExportFiles, WithoutMemoryAFileIsWellFormedOrNotThere) {
     const CTestFolder folder;
     SmallTree tree = E(WTEXT("root"));
     for (int i = 0; i < 300; ++i) {
-        const Text name = Text(WTEXT("name")) + static_cast<WCHAR>('A' + i % 26) +
-                          Text(static_cast<std::size_t>(i / 26), WCHAR('x'));
+        const Text name =
+            Text(WTEXT("name")) + static_cast<WCHAR>('A' + i % 26) + Text(static_cast<std::size_t>(i / 26), WCHAR('x'));
         tree.children.push_back(E(name, {T(Text(400, WCHAR('t')))}, {{WTEXT("k"), WTEXT("v")}}));
     }
     const auto document = LoadTree(tree);

@@ -308,6 +308,8 @@ TEST_F(Tool, RefusesWrongUse) {
         {"parvel convert \"$(printf 'x\\377')\" x", 4, nullptr, "x\\xFF: the file name is not UTF-8"},
         {"parvel show --depth 0 x", 4, nullptr, "--depth"},
         {"parvel show --depth many x", 4, nullptr, "--depth"},
+        {"parvel show --depth -1 x", 4, nullptr, "--depth"},
+        {"parvel result --depth 0x0 x", 4, nullptr, "--depth"},
         {"parvel result", 4, nullptr, "TEXT"},
         {"parvel result a b", 4, nullptr, "parvel --help"},
         {"parvel result --depth 0 x", 4, nullptr, "--depth"},

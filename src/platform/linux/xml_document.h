@@ -1,5 +1,5 @@
-// The document object behind IXMLDOMDocument2: either a loaded tree to read, or a text in the making. It owns the free list
-// of node objects and the last parse error, too.
+// The document object behind IXMLDOMDocument2: either a loaded tree to read, or a text in the making. It owns the free
+// list of node objects and the last parse error, too.
 #pragma once
 
 #include <memory>
@@ -92,7 +92,7 @@ private:
     std::unique_ptr<CXmlTree> m_tree;
     std::unique_ptr<CXmlTree> m_emptyTree;     // from before the load: node objects may look at it
     std::unique_ptr<CXmlComposer> m_composer;  // when something has been made by hand
-    std::unique_ptr<XmlFault> m_fault;  // of the last load, or null
+    std::unique_ptr<XmlFault> m_fault;         // of the last load, or null
     FaceSlot* m_freeFaces = nullptr;
     std::vector<std::unique_ptr<FaceSlot[]>> m_faceSlabs;
 };

@@ -91,10 +91,13 @@ bool CXmlDocument::AddFreeFaces() {
 
 IXMLDOMNode* CXmlDocument::MakeNodeFace(XmlNodeId id) {
     switch (m_tree->Node(id).Type()) {
-        case NODE_ELEMENT: return MakeFace<CElementFace>(id);
+        case NODE_ELEMENT:
+            return MakeFace<CElementFace>(id);
         case NODE_TEXT:
-        case NODE_CDATA_SECTION: return MakeFace<CTextFace>(id);
-        default: return MakeFace<CInstructionFace>(id);
+        case NODE_CDATA_SECTION:
+            return MakeFace<CTextFace>(id);
+        default:
+            return MakeFace<CInstructionFace>(id);
     }
 }
 
@@ -131,8 +134,8 @@ HRESULT CXmlDocument::AppendTo(const ComposedNode* parent, IXMLDOMNode* child, I
 }
 
 HRESULT CXmlDocument::QueryInterface(const IID& iid, void** out) {
-    const bool isKnown = iid == IID_IUnknown || iid == IID_IXMLDOMNode || iid == IID_IXMLDOMDocument ||
-                         iid == IID_IXMLDOMDocument2;
+    const bool isKnown =
+        iid == IID_IUnknown || iid == IID_IXMLDOMNode || iid == IID_IXMLDOMDocument || iid == IID_IXMLDOMDocument2;
     *out = isKnown ? static_cast<IXMLDOMDocument2*>(this) : nullptr;
     if (isKnown) AddRef();
     return isKnown ? S_OK : E_NOINTERFACE;
@@ -184,8 +187,8 @@ HRESULT CXmlDocument::get_documentElement(IXMLDOMElement** element) {
 }
 
 HRESULT CXmlDocument::createElement(BSTR name, IXMLDOMElement** element) {
-    return Create<CComposedElement>(
-        element, [&](ComposedNode& node) { return Composer().MakeElement(BstrView(name), node); });
+    return Create<CComposedElement>(element,
+                                    [&](ComposedNode& node) { return Composer().MakeElement(BstrView(name), node); });
 }
 
 HRESULT CXmlDocument::createTextNode(BSTR text, IXMLDOMText** node) {

@@ -1,10 +1,10 @@
 // The XML document object: the COM face of the tree (platform/xmldom.h).
 //
-// Loading. White-space-only text is dropped unless xml:space="preserve" is in force. Entities of the internal subset and
-// character references become text; adjacent text is one node; CDATA sections stay apart, empty ones too; comments and
-// processing instructions are nodes and part a text in two; so does an entity that is declared outside the file or not
-// at all, which becomes an entity reference node without children: nothing outside the file is ever read. Attributes
-// come in source order, those with default values last. A document loads once.
+// Loading. White-space-only text is dropped unless xml:space="preserve" is in force. Entities of the internal subset
+// and character references become text; adjacent text is one node; CDATA sections stay apart, empty ones too; comments
+// and processing instructions are nodes and part a text in two; so does an entity that is declared outside the file or
+// not at all, which becomes an entity reference node without children: nothing outside the file is ever read.
+// Attributes come in source order, those with default values last. A document loads once.
 //
 // Making. Nodes that are created and appended become text at once (linux/xml_composer.h): a document is filled from
 // front to back, cannot be read back, and is either loaded or made.

@@ -42,11 +42,16 @@ void* FindInterface(CNodeFace<Interface>& face, const IID& iid) {
 
 BSTR XmlNodeNameOf(const CXmlTree& tree, const XmlNode& node) {
     switch (node.Type()) {
-        case NODE_TEXT: return Lend(kTextName.units);
-        case NODE_CDATA_SECTION: return Lend(kCDataName.units);
-        case NODE_COMMENT: return Lend(kCommentName.units);
-        case NODE_DOCUMENT: return Lend(kDocumentName.units);
-        default: return Lend(tree.Names()[node.Name()].text);
+        case NODE_TEXT:
+            return Lend(kTextName.units);
+        case NODE_CDATA_SECTION:
+            return Lend(kCDataName.units);
+        case NODE_COMMENT:
+            return Lend(kCommentName.units);
+        case NODE_DOCUMENT:
+            return Lend(kDocumentName.units);
+        default:
+            return Lend(tree.Names()[node.Name()].text);
     }
 }
 
@@ -88,8 +93,7 @@ HRESULT CAttrMapPart<Face>::get_item(LONG index, IXMLDOMNode** item) {
         return S_FALSE;
     }
     CXmlDocument& document = *face.document;
-    *item = document.MakeFace<CAttrFace>(
-        document.Tree().Attr(element.firstAttr + static_cast<std::uint32_t>(index)));
+    *item = document.MakeFace<CAttrFace>(document.Tree().Attr(element.firstAttr + static_cast<std::uint32_t>(index)));
     return *item ? S_OK : E_OUTOFMEMORY;
 }
 
