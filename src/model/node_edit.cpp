@@ -231,16 +231,10 @@ CBinNode* CBinNode::OnlyTextChild() {
 }
 
 CBinNode* CBinNode::AppendNewText(std::uint32_t word) {
-    CBinNode* child = Document()->NewNode();
-    try {
-        unsigned char record[kTextBytes];
-        WriteTextRecord(record, kText, word);
-        child->SetOwnRecord(record, sizeof(record));
-        AppendNode(child);
-    } catch (...) {
-        child->Release();
-        throw;
-    }
-    child->Release();
-    return child;
+    const CNodeRef child = Document()->NewNode();
+    unsigned char record[kTextBytes];
+    WriteTextRecord(record, kText, word);
+    child->SetOwnRecord(record, sizeof(record));
+    AppendNode(child.get());
+    return child.get();
 }
