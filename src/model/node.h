@@ -111,7 +111,7 @@ public:
     /// Makes this fresh node an element of the given held name.
     void BecomeElement(const WCHAR* name);
     /// AppendChild without its questions.
-    bool AppendNode(CBinNode* child);
+    void AppendNode(CBinNode* child);
 
 private:
     friend class CNodePool;

@@ -36,14 +36,15 @@ bool CBinNode::AppendChild(IBinNode** child) {
     if (node == Document()->Root()) return true;
     if (IsBelow(node)) return false;
     try {
-        return AppendNode(node);
+        AppendNode(node);
+        return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
 // What can fail for want of memory comes first; then nothing can.
-bool CBinNode::AppendNode(CBinNode* child) {
+void CBinNode::AppendNode(CBinNode* child) {
     CBinaryDocument* document = Document();
     CBinaryDocument* formerDocument = child->Document();
     if (formerDocument != document) {
@@ -64,7 +65,6 @@ bool CBinNode::AppendNode(CBinNode* child) {
     }
     list.Append(child);
     document->SetModified(true);
-    return true;
 }
 
 // Takes this node out of its parent's list, the list of detached nodes, or another document's root.
