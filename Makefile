@@ -1,6 +1,6 @@
 # A thin face on CMake; the build itself is in CMakeLists.txt and CMakePresets.json.
 .DEFAULT_GOAL := lib
-.PHONY: lib cli demo test test-sanitize fuzz install clean
+.PHONY: lib cli demo test test-sanitize fuzz bench bench-count install clean
 
 PREFIX ?= /usr/local
 JOBS := $(shell nproc)
@@ -41,6 +41,20 @@ fuzz:  ## coverage-guided fuzzers, each for FUZZ_SECONDS=60
 	@$(MAKE) --no-print-directory build/fuzz/build.ninja
 	cmake --build --preset fuzz
 	@scripts/fuzz.sh
+
+bench:  ## figures against peers, side by side; BENCH_FILTER=load for some of them; all of them rewrite docs/benchmarks.md
+	@scripts/setup.sh build bench
+	@scripts/bench-corpus.py build/bench-corpus
+	@$(MAKE) --no-print-directory build/bench/build.ninja
+	cmake --build --preset bench
+	scripts/bench-run.py build/bench build/bench/results.json '$(BENCH_FILTER)'
+	scripts/bench-report.py build/bench/results.json docs
+
+bench-count:  ## instructions of a fixed set of operations, against bench/counts.txt; UPDATE=1 keeps the new ones
+	@scripts/setup.sh build bench
+	@$(MAKE) --no-print-directory build/bench/build.ninja
+	cmake --build --preset bench --target parvel_bench_count
+	scripts/bench-count.py build/bench bench/counts.txt $(if $(UPDATE),--update)
 
 install: build/native/build.ninja  ## header, library, tool, CMake package, pkg-config file, man page
 	cmake --build --preset release --target parvel parvel_cli

@@ -14,7 +14,12 @@ for purpose in "$@"; do
             # Brings the XML conformance suite; any npm will do.
             command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
             ;;
-        bench) packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev pkg-config shared-mime-info" ;;
+        bench)
+            packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev valgrind python3"
+            # What the files to measure on are made from.
+            packages="$packages shared-mime-info libgirepository1.0-dev unicode-cldr-core kanjidic-xml debian-handbook"
+            packages="$packages openclipart-svg"
+            ;;
         fuzz) packages="$packages clang libclang-rt-14-dev libgtest-dev" ;;
         *)
             echo "setup.sh: no such purpose: $purpose (build, demo, test, bench, fuzz)" >&2

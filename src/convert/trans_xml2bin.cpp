@@ -16,7 +16,7 @@ void WriteTree(COutputFile& file, IXMLDOMNode* root) {
     // collected by a walk of their own first.
     if (g_lower != 0) CollectXmlWords(root, words);
     RecordBytes records;
-    AppendXmlRecords(root, words, records);
+    WriteXmlNode(root, words, records);
     WriteDictionary(file, words);
     file.Write(records.Data(), records.Size());
 }

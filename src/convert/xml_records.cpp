@@ -14,7 +14,7 @@ public:
     CRecorder(CWordDict& words, RecordBytes& records) : m_words(words), m_records(records) {}
 
     void Enter(IXMLDOMNode& node, DOMNodeType type) {
-        const std::size_t record = AppendXmlNodeRecord(node, type, m_words, m_records);
+        const std::size_t record = BuildXmlNodeRecord(node, type, m_words, m_records);
         if (type == NODE_ELEMENT) m_openRecords.push_back(record);
     }
     void Leave(std::uint32_t childCount) {
@@ -30,7 +30,7 @@ private:
 
 }  // namespace
 
-std::size_t AppendXmlNodeRecord(IXMLDOMNode& node, DOMNodeType type, CWordDict& words, RecordBytes& records) {
+std::size_t BuildXmlNodeRecord(IXMLDOMNode& node, DOMNodeType type, CWordDict& words, RecordBytes& records) {
     const std::size_t record = records.Size();
     if (type != NODE_ELEMENT) {
         const std::uint32_t text = AddNodeValue(node, words);
@@ -59,7 +59,7 @@ std::size_t AppendXmlNodeRecord(IXMLDOMNode& node, DOMNodeType type, CWordDict& 
     return record;
 }
 
-void AppendXmlRecords(IXMLDOMNode* root, CWordDict& words, RecordBytes& records) {
+void WriteXmlNode(IXMLDOMNode* root, CWordDict& words, RecordBytes& records) {
     CRecorder recorder(words, records);
     WalkXml(root, recorder);
 }

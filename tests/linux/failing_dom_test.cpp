@@ -146,7 +146,7 @@ Outcome Walk(FakeDom& dom, bool recordsToo) {
     RecordBytes records;
     try {
         const auto root = CComRef<IXMLDOMNode>::Adopt(new CFakeNode(dom, kTree));
-        recordsToo ? AppendXmlRecords(root.Get(), words, records) : CollectXmlWords(root.Get(), words);
+        recordsToo ? WriteXmlNode(root.Get(), words, records) : CollectXmlWords(root.Get(), words);
     } catch (const _com_error& error) {
         outcome.error = error.Error();
     }
@@ -204,13 +204,13 @@ TEST(FailingDom, OddAnswers) {
     CWordDict words;
     RecordBytes records;
     EXPECT_THROW(CollectXmlWords(nullptr, words), _com_error);
-    EXPECT_THROW(AppendXmlRecords(nullptr, words, records), _com_error);
+    EXPECT_THROW(WriteXmlNode(nullptr, words, records), _com_error);
     // A list of less than nothing: the root's attributes cannot be, its children are none.
     const FakeNode bare = {NODE_ELEMENT, u"a", {}, {{NODE_ATTRIBUTE, u"b", u"1", {}, {}}}, {}};
     FakeDom dom;
     dom.missing = 1;
     const auto root = CComRef<IXMLDOMNode>::Adopt(new CFakeNode(dom, bare));
-    AppendXmlRecords(root.Get(), words, records);
+    WriteXmlNode(root.Get(), words, records);
     EXPECT_EQ(records.Size(), 17u);
 }
 
