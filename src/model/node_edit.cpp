@@ -231,10 +231,11 @@ CBinNode* CBinNode::OnlyTextChild() {
 }
 
 CBinNode* CBinNode::AppendNewText(std::uint32_t word) {
-    const CNodeRef child = Document()->NewNode();
+    const CNodeRef reference = Document()->NewNode();
+    CBinNode* const child = reference.get();
     unsigned char record[kTextBytes];
     WriteTextRecord(record, kText, word);
     child->SetOwnRecord(record, sizeof(record));
-    AppendNode(child.get());
-    return child.get();
+    AppendNode(child);
+    return child;
 }
