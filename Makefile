@@ -1,6 +1,6 @@
 # A thin face on CMake; the build itself is in CMakeLists.txt and CMakePresets.json.
 .DEFAULT_GOAL := lib
-.PHONY: lib cli demo test test-sanitize fuzz bench bench-count install clean
+.PHONY: lib cli demo test test-sanitize fuzz windows test-windows bench bench-count install clean
 
 PREFIX ?= /usr/local
 JOBS := $(shell nproc)
@@ -41,6 +41,17 @@ fuzz:  ## coverage-guided fuzzers, each for FUZZ_SECONDS=60
 	@$(MAKE) --no-print-directory build/fuzz/build.ninja
 	cmake --build --preset fuzz
 	@scripts/fuzz.sh
+
+windows:  ## build/windows/Parvel.DLL and build/windows/parvel.exe, for 32-bit Windows
+	@scripts/setup.sh build windows
+	@$(MAKE) --no-print-directory build/windows/build.ninja
+	cmake --build --preset windows --target parvel parvel_cli
+	@cmake -DOBJDUMP=i686-w64-mingw32-objdump -DDLL=build/windows/Parvel.DLL -DTOOL=build/windows/parvel.exe \
+		-DEXPECTED=tests/exports.txt -P tests/windows/pe_test.cmake
+
+test-windows:  ## the same tests as 32-bit Windows programs, and the real DLL, under Wine
+	@scripts/setup.sh build windows test-windows wine
+	@scripts/test-windows.sh
 
 bench:  ## figures against peers, side by side; BENCH_FILTER=load for some of them; all of them rewrite docs/benchmarks.md
 	@scripts/setup.sh build bench

@@ -50,6 +50,7 @@ private:
 class Libxml2Document {
 public:
     bool Load(const CaseFile& file);
+    xmlDocPtr Tree() { return m_tree.get(); }
 
 private:
     struct Free {

@@ -105,6 +105,36 @@ void BuildAndSavePugixml(benchmark::State& state, const CaseFile& file) {
         });
 }
 
+void BuildBelow(const xmlNode* from, xmlNode* to) {
+    for (const xmlAttr* attribute = from->properties; attribute; attribute = attribute->next) {
+        xmlNewProp(to, attribute->name, attribute->children ? attribute->children->content : nullptr);
+    }
+    for (const xmlNode* child = from->children; child; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE) {
+            BuildBelow(child, xmlNewChild(to, nullptr, child->name, nullptr));
+        } else if (child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) {
+            xmlAddChild(to, xmlNewText(child->content));
+        }
+    }
+}
+
+void BuildAndSaveLibxml2(benchmark::State& state, const CaseFile& file) {
+    const std::string path = ScratchPath("built.xml");
+    const auto source = Loaded<Libxml2Document>(file);
+    Measure(
+        state, [&] { return source.get(); },
+        [&](Libxml2Document& subject) {
+            const xmlDocPtr built = xmlNewDoc(nullptr);
+            const xmlNode* root = xmlDocGetRootElement(subject.Tree());
+            xmlNode* copy = xmlNewNode(nullptr, root->name);
+            xmlDocSetRootElement(built, copy);
+            BuildBelow(root, copy);
+            const bool isSaved = xmlSaveFormatFileEnc(path.c_str(), built, "UTF-8", 1) > 0;
+            xmlFreeDoc(built);
+            return isSaved;
+        });
+}
+
 }  // namespace
 
 void RegisterSave() {
@@ -122,6 +152,7 @@ void RegisterSave() {
                          [file, format](benchmark::State& state) { EditAndSavePugixml(state, file, format); });
             }
             Register("export", "pugixml", label, [file](benchmark::State& state) { BuildAndSavePugixml(state, file); });
+            Register("export", "libxml2", label, [file](benchmark::State& state) { BuildAndSaveLibxml2(state, file); });
         }
     }
 }

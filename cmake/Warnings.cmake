@@ -23,3 +23,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
     target_compile_options(parvel_warnings INTERFACE
         -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
+
+# The system's own IUnknown has an accessible destructor that is not virtual, and so has all that derives from it.
+if(WIN32)
+    target_compile_options(parvel_warnings INTERFACE -Wno-non-virtual-dtor)
+endif()

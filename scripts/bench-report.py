@@ -50,6 +50,8 @@ ROWS = [
      None, None),
     ("`ExportToXml` against pugixml building by calls and saving", "export/parvel/files", "export/pugixml/files",
      FASTER, 1, None),
+    ("`ExportToXml` against libxml2 building by calls and saving", "export/parvel/files", "export/libxml2/files",
+     FASTER, 1, None),
     ("`TransXml2Bin` against expat with counting handlers", "convert/parvel/files", "convert/expat/files", ATMOST, 1.8,
      None),
     ("`Clone` of a document against its load and walk", "clone/parvel/files", "load_walk/parvel/files", ATMOST, 1,

@@ -89,7 +89,9 @@ TEST(ScriptNumber, RandomTextsReadAsTheSystemReadsThem) {
         for (auto left = 1 + random() % 6; left > 0; --left) narrow += kPieces[random() % std::size(kPieces)];
         const Text text(narrow.begin(), narrow.end());
 
-        const double expected = std::strtod(narrow.c_str(), nullptr);
+        char* end = nullptr;
+        double expected = std::strtod(narrow.c_str(), &end);
+        if (end == narrow.c_str()) expected = 0;  // some systems give a zero with the sign of what is no number
         const double actual = LeadingNumber(text);
         if (std::fpclassify(expected) == FP_SUBNORMAL) ++subnormalCount;
         ASSERT_EQ(std::isnan(actual), std::isnan(expected)) << narrow;

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -14,10 +15,9 @@
 class CTestFolder {
 public:
     CTestFolder() {
-        static int number = 0;
+        std::random_device random;  // tests run side by side
         m_path = std::filesystem::temp_directory_path() /
-                 ("parvel-test-" + std::to_string(std::filesystem::hash_value(std::filesystem::current_path())) + "-" +
-                  std::to_string(reinterpret_cast<std::uintptr_t>(&number)) + "-" + std::to_string(number++));
+                 ("parvel-test-" + std::to_string(random()) + "-" + std::to_string(random()));
         std::filesystem::create_directories(m_path);
     }
     ~CTestFolder() {

@@ -30,7 +30,7 @@ struct ConvertOptions {
 void CheckWritten(const CSource& source, CTarget& target) {
     if (TryLoad(target.Path())) return;
     const CHandle written = target.Reopen();
-    const DocumentFault fault = FindDocumentFault(written.Get());
+    const DocumentFault fault = FindDocumentFault(written);
     target.Discard();
     switch (fault.flaw) {
         case DocumentFlaw::TooManyWords:

@@ -1,9 +1,6 @@
 #include "document_fault.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -17,10 +14,10 @@ constexpr std::int32_t kMostWordBytes = 1024000;
 
 constexpr std::size_t kShownUnits = 24;
 
-// A file from front to back, through a buffer, by pread: nobody else's position is moved.
+// A file from front to back, through a buffer; nobody else's position is moved.
 class CByteReader {
 public:
-    explicit CByteReader(int handle) : m_handle(handle), m_buffer(64 * 1024, '\0') {}
+    explicit CByteReader(const CHandle& file) : m_file(file), m_buffer(64 * 1024, '\0') {}
 
     std::uint64_t Offset() const { return m_bufferOffset + m_used; }
 
@@ -53,15 +50,14 @@ private:
         m_bufferOffset += m_used;
         m_used = m_filled = 0;
         while (m_filled < m_buffer.size()) {
-            const ssize_t got = pread(m_handle, m_buffer.data() + m_filled, m_buffer.size() - m_filled,
-                                      static_cast<off_t>(m_bufferOffset + m_filled));
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) return;
-            m_filled += static_cast<std::size_t>(got);
+            const std::size_t got =
+                m_file.ReadAt(m_bufferOffset + m_filled, m_buffer.data() + m_filled, m_buffer.size() - m_filled);
+            if (got == 0) return;
+            m_filled += got;
         }
     }
 
-    int m_handle;
+    const CHandle& m_file;
     std::string m_buffer;
     std::uint64_t m_bufferOffset = 0;  // of the buffer in the file
     std::size_t m_used = 0;
@@ -79,7 +75,8 @@ bool LooksLikeXml(std::string_view bytes) {
 std::string FirstCharacters(std::string_view bytes) {
     Text text;
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        text += static_cast<WCHAR>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
+        text +=
+            static_cast<WCHAR>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
     }
     std::string quoted;
     AppendQuoted(text, kShownUnits, quoted);
@@ -95,13 +92,12 @@ DocumentFault CutShort(DocumentFault fault, const std::string& what, std::uint64
 
 }  // namespace
 
-DocumentFault FindDocumentFault(int handle) {
+DocumentFault FindDocumentFault(const CHandle& file) {
     DocumentFault fault;
-    fault.looksLikeXml = LooksLikeXml(CByteReader(handle).Read(64));
+    fault.looksLikeXml = LooksLikeXml(CByteReader(file).Read(64));
 
-    CByteReader reader(handle);
-    const off_t end = lseek(handle, 0, SEEK_END);
-    const std::uint64_t fileBytes = end < 0 ? 0 : static_cast<std::uint64_t>(end);
+    CByteReader reader(file);
+    const std::uint64_t fileBytes = file.Size();
     std::uint32_t wordCount = 0;
     if (fileBytes == 0) return CutShort(fault, "the file is empty", 0);
     if (!reader.ReadNumber(wordCount)) return CutShort(fault, "the file ends within the number of words", fileBytes);

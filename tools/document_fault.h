@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/handle.h"
+
 enum class DocumentFlaw {
     NotInDictionary,  // the words are well; what is wrong lies in the records behind them
     TooManyWords,
@@ -20,5 +22,5 @@ struct DocumentFault {
     bool looksLikeXml = false;
 };
 
-/// Reads the dictionary block of the file that `handle` has open, from its start.
-DocumentFault FindDocumentFault(int handle);
+/// Reads the dictionary block of an ordinary file.
+DocumentFault FindDocumentFault(const CHandle& file);

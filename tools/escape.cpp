@@ -13,9 +13,8 @@ bool IsInvisible(char32_t point) {
            || (point >= 0x2028 && point <= 0x202E)          // separators, direction embeddings and overrides
            || (point >= 0x2060 && point <= 0x206F)          // joiners, direction isolates
            || (point >= 0xD800 && point <= 0xDFFF)          // half a surrogate pair
-           || point == 0xFEFF || (point >= 0xFFF9 && point <= 0xFFFB)
-           || (point & 0xFFFE) == 0xFFFE                    // no characters
-           || (point >= 0xE0000 && point <= 0xE0FFF);       // tags
+           || point == 0xFEFF || (point >= 0xFFF9 && point <= 0xFFFB) || (point & 0xFFFE) == 0xFFFE  // no characters
+           || (point >= 0xE0000 && point <= 0xE0FFF);                                                // tags
 }
 
 void AppendNumbered(char32_t point, std::string& line) {
@@ -26,12 +25,23 @@ void AppendNumbered(char32_t point, std::string& line) {
 
 void AppendEscaped(char32_t point, std::string& line) {
     switch (point) {
-        case U'"': line += "\\\""; return;
-        case U'\\': line += "\\\\"; return;
-        case U'\n': line += "\\n"; return;
-        case U'\r': line += "\\r"; return;
-        case U'\t': line += "\\t"; return;
-        default: break;
+        case U'"':
+            line += "\\\"";
+            return;
+        case U'\\':
+            line += "\\\\";
+            return;
+        case U'\n':
+            line += "\\n";
+            return;
+        case U'\r':
+            line += "\\r";
+            return;
+        case U'\t':
+            line += "\\t";
+            return;
+        default:
+            break;
     }
     if (IsInvisible(point)) {
         AppendNumbered(point, line);
@@ -90,7 +100,8 @@ std::string EscapeBytes(std::string_view bytes) {
         while (count > 0 && (!Utf8ToText(bytes.substr(0, count), decoded))) --count;
         if (count == 0) {
             char digits[8];
-            std::snprintf(digits, sizeof digits, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(bytes[0])));
+            std::snprintf(digits, sizeof digits, "\\x%02X",
+                          static_cast<unsigned>(static_cast<unsigned char>(bytes[0])));
             line += digits;
             count = 1;
         } else {

@@ -7,11 +7,11 @@
 /// Exit codes, the same for every verb. They are part of the tool's promise: never change one.
 enum class ExitCode : int {
     Done = 0,
-    Differs = 1,       // two documents differ, or what was looked for is not there
-    BadInput = 2,      // the input was read and is not what it should be
-    NoAccess = 3,      // something cannot be read or written
-    WrongUse = 4,      // the command line makes no sense
-    InternalFault = 5, // memory ran out, or the tool is wrong
+    Differs = 1,        // two documents differ, or what was looked for is not there
+    BadInput = 2,       // the input was read and is not what it should be
+    NoAccess = 3,       // something cannot be read or written
+    WrongUse = 4,       // the command line makes no sense
+    InternalFault = 5,  // memory ran out, or the tool is wrong
 };
 
 /// Ends the verb. The message is one line: place, what is wrong, what would help.
@@ -26,5 +26,5 @@ private:
     ExitCode m_code;
 };
 
-/// What the system says to an errno value: "No such file or directory".
-std::string SystemText(int error);
+/// Thrown where standard output has lost its reader: the tool ends quietly, with Done.
+class CReaderGone {};

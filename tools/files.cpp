@@ -1,15 +1,9 @@
 #include "files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
 #include <string_view>
-#include <utility>
 
 #include "fault.h"
+#include "platform/file.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -20,148 +14,127 @@ constexpr std::size_t kChunkBytes = 256 * 1024;
     throw CFault(ExitCode::NoAccess, place, "cannot " + verb + ": " + SystemText(error), help);
 }
 
+std::string RoomHelp() {
+    return std::string("set ") + kTemporaryFolderVariable + " to a folder with room";
+}
+
 Text LibraryPath(const std::string& name) {
     Text path;
-    if (name.empty()) throw CFault(ExitCode::WrongUse, "", "a file name is empty", "use - for standard input or output");
+    if (name.empty())
+        throw CFault(ExitCode::WrongUse, "", "a file name is empty", "use - for standard input or output");
     if (!Utf8ToText(name, path)) {
-        throw CFault(ExitCode::WrongUse, name, "the file name is not UTF-8", "rename the file, or use - and a redirection");
+        throw CFault(ExitCode::WrongUse, name, "the file name is not UTF-8",
+                     "rename the file, or use - and a redirection");
     }
     return path;
 }
 
-Text DescriptorPath(int handle) {
-    const std::string name = "/proc/self/fd/" + std::to_string(handle);
-    return Text(name.begin(), name.end());
-}
-
-std::string TemporaryFolder() {
-    const char* folder = std::getenv("TMPDIR");
-    return folder && *folder ? folder : "/tmp";
-}
-
-// A new file that no longer has a name.
-CHandle OpenTemporary() {
-    std::string name = TemporaryFolder() + "/parvel-XXXXXX";
-    CHandle handle(mkostemp(name.data(), O_CLOEXEC));
-    if (handle.Get() == -1) FailAccess(name, "create a temporary file", errno, "set TMPDIR to a folder with room");
-    unlink(name.c_str());
-    return handle;
-}
-
-// 0 or an errno value.
-int WriteAll(int handle, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(handle, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return errno;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return 0;
+CTemporaryFile MakeTemporary() {
+    CTemporaryFile file;
+    if (const int error = file.Create()) FailAccess(TemporaryFolder(), "create a temporary file", error, RoomHelp());
+    return file;
 }
 
 void WriteOutput(std::string_view bytes) {
-    const int error = WriteAll(STDOUT_FILENO, bytes);
-    if (error == EPIPE) std::_Exit(static_cast<int>(ExitCode::Done));
+    CHandle output;
+    int error = output.OpenStandardOutput();
+    if (error == 0) error = output.Write(bytes);
+    if (IsReaderGone(error)) throw CReaderGone();
     if (error != 0) FailAccess("standard output", "write", error, "");
 }
 
 // Calls `take` with each piece of what is left in a file.
 template <class Take>
-void ReadAll(int handle, const std::string& name, const Take& take) {
+void ReadAll(CHandle& file, const std::string& name, const Take& take) {
     std::string chunk(kChunkBytes, '\0');
     for (;;) {
-        const ssize_t got = read(handle, chunk.data(), chunk.size());
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) FailAccess(name, "read", errno, "");
+        std::size_t got = 0;
+        if (const int error = file.Read(chunk.data(), chunk.size(), got)) FailAccess(name, "read", error, "");
         if (got == 0) return;
-        take(std::string_view(chunk).substr(0, static_cast<std::size_t>(got)));
+        take(std::string_view(chunk).substr(0, got));
     }
-}
-
-bool IsOrdinaryFile(int handle) {
-    struct stat status = {};
-    return fstat(handle, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 }  // namespace
 
-CHandle::~CHandle() {
-    if (m_handle != -1) close(m_handle);
-}
-
-CHandle& CHandle::operator=(CHandle&& other) noexcept {
-    std::swap(m_handle, other.m_handle);
-    return *this;
-}
-
 CSource::CSource(const std::string& name) : m_name(name == "-" ? "standard input" : name) {
-    if (name != "-") m_path = LibraryPath(name);
-    m_handle = CHandle(name == "-" ? dup(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC));
-    if (m_handle.Get() == -1) FailAccess(m_name, "open", errno, "check the name and its permissions");
-
-    struct stat status = {};
-    if (fstat(m_handle.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
-        FailAccess(m_name, "read", EISDIR, "name a file in it");
+    const bool isStandardInput = name == "-";
+    if (!isStandardInput) m_path = LibraryPath(name);
+    const int openError = isStandardInput ? m_handle.OpenStandardInput() : m_handle.OpenToRead(m_path.c_str());
+    if (openError == kIsFolderError || (openError == 0 && m_handle.Kind() == FileKind::Folder)) {
+        FailAccess(m_name, "read", kIsFolderError, "name a file in it");
     }
-    if (name != "-" && IsOrdinaryFile(m_handle.Get())) return;
+    if (openError != 0) FailAccess(m_name, "open", openError, "check the name and its permissions");
+    if (!isStandardInput && m_handle.Kind() == FileKind::Ordinary) return;
 
-    CHandle temporary = OpenTemporary();
-    ReadAll(m_handle.Get(), m_name, [&](std::string_view bytes) {
-        if (const int error = WriteAll(temporary.Get(), bytes)) {
-            FailAccess(TemporaryFolder(), "keep standard input", error, "set TMPDIR to a folder with room");
-        }
+    m_temporary = MakeTemporary();
+    CHandle kept;
+    int error = kept.OpenToWrite(m_temporary.Path().c_str());
+    const auto checkKept = [&] {
+        if (error != 0) FailAccess(TemporaryFolder(), "keep standard input", error, RoomHelp());
+    };
+    checkKept();
+    ReadAll(m_handle, m_name, [&](std::string_view bytes) {
+        error = kept.Write(bytes);
+        checkKept();
     });
-    m_handle = std::move(temporary);
-    m_path = DescriptorPath(m_handle.Get());
+    kept = CHandle();
+    m_path = m_temporary.Path();
+    error = m_handle.OpenToRead(m_path.c_str());
+    checkKept();
 }
 
 CTarget::CTarget(const std::string& name, const CSource& source)
-    : m_name(name == "-" ? "standard output" : name), m_fileName(name == "-" ? "" : name) {
-    struct stat status = {};
-    if (!m_fileName.empty()) {
-        m_path = LibraryPath(m_fileName);
-        const bool exists = stat(m_fileName.c_str(), &status) == 0;
-        struct stat sourceStatus = {};
-        if (exists && fstat(source.Handle(), &sourceStatus) == 0 && status.st_dev == sourceStatus.st_dev &&
-            status.st_ino == sourceStatus.st_ino) {
+    : m_name(name == "-" ? "standard output" : name), m_isStandardOutput(name == "-") {
+    if (!m_isStandardOutput) {
+        m_target = m_path = LibraryPath(name);
+        const FileKind kind = KindOf(m_target.c_str());
+        if (kind != FileKind::None && source.Handle().IsSameFile(m_target.c_str())) {
             throw CFault(ExitCode::WrongUse, m_name, "is the input as well", "name another file to write");
         }
-        if (!exists || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return;
+        if (kind != FileKind::Other) return;
     }
-    m_temporary = OpenTemporary();
-    m_path = DescriptorPath(m_temporary.Get());
+    m_temporary = MakeTemporary();
+    m_path = m_temporary.Path();
 }
 
 void CTarget::Deliver() {
-    if (m_temporary.Get() == -1) return;
-    CHandle file(m_fileName.empty() ? dup(STDOUT_FILENO) : open(m_fileName.c_str(), O_WRONLY | O_CLOEXEC));
-    if (file.Get() == -1) FailAccess(m_name, "open for writing", errno, "check its permissions");
-    if (lseek(m_temporary.Get(), 0, SEEK_SET) != 0) FailAccess(TemporaryFolder(), "read", errno, "");
-    ReadAll(m_temporary.Get(), TemporaryFolder(), [&](std::string_view bytes) {
-        if (m_fileName.empty()) return WriteOutput(bytes);
-        if (const int error = WriteAll(file.Get(), bytes)) FailAccess(m_name, "write", error, "");
+    if (!m_temporary.IsThere()) return;
+    CHandle target;
+    const int openError = m_isStandardOutput ? target.OpenStandardOutput() : target.OpenToWrite(m_target.c_str());
+    if (openError != 0) FailAccess(m_name, "open for writing", openError, "check its permissions");
+    CHandle written = Reopen();
+    ReadAll(written, TemporaryFolder(), [&](std::string_view bytes) {
+        if (m_isStandardOutput) return WriteOutput(bytes);
+        if (const int error = target.Write(bytes)) FailAccess(m_name, "write", error, "");
     });
 }
 
 void CTarget::Discard() {
-    if (m_temporary.Get() == -1) unlink(m_fileName.c_str());
+    if (!m_temporary.IsThere()) RemoveFile(m_target.c_str());
 }
 
 void CTarget::CheckAccess() const {
-    if (m_temporary.Get() != -1) return;
-    const bool exists = access(m_fileName.c_str(), F_OK) == 0;
-    const CHandle file(open(m_fileName.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
-    if (file.Get() == -1) FailAccess(m_name, "open for writing", errno, "check the folder and its permissions");
-    if (!exists) unlink(m_fileName.c_str());
+    if (m_temporary.IsThere()) return;
+    const bool exists = KindOf(m_target.c_str()) != FileKind::None;
+    CHandle file;
+    const int error = file.OpenToWrite(m_target.c_str(), true);
+    if (error != 0) FailAccess(m_name, "open for writing", error, "check the folder and its permissions");
+    file = CHandle();
+    if (!exists) RemoveFile(m_target.c_str());
 }
 
 CHandle CTarget::Reopen() const {
-    return CHandle(open(TextToUtf8(m_path).c_str(), O_RDONLY | O_CLOEXEC));
+    CHandle file;
+    if (const int error = file.OpenToRead(m_path.c_str())) FailAccess(m_name, "read", error, "");
+    return file;
 }
 
 std::string ReadStandardInput() {
     std::string all;
-    ReadAll(STDIN_FILENO, "standard input", [&](std::string_view bytes) { all += bytes; });
+    CHandle input;
+    if (const int error = input.OpenStandardInput()) FailAccess("standard input", "read", error, "");
+    ReadAll(input, "standard input", [&](std::string_view bytes) { all += bytes; });
     return all;
 }
 

@@ -1,26 +1,13 @@
 // The files that a verb reads and writes, as the command line names them; "-" is standard input or output.
 //
 // The library takes paths and wants whole files. What has no size (standard input, a pipe, a device) goes through a
-// nameless temporary file, which the system removes however this process ends.
+// temporary file.
 #pragma once
 
 #include <string>
 
+#include "platform/handle.h"
 #include "platform/text.h"
-
-/// A file descriptor with one owner.
-class CHandle {
-public:
-    explicit CHandle(int handle = -1) : m_handle(handle) {}
-    ~CHandle();
-    CHandle(CHandle&& other) noexcept : m_handle(other.m_handle) { other.m_handle = -1; }
-    CHandle& operator=(CHandle&& other) noexcept;
-
-    int Get() const { return m_handle; }
-
-private:
-    int m_handle;
-};
 
 /// A file to read.
 class CSource {
@@ -33,12 +20,13 @@ public:
     /// For the library.
     const WCHAR* Path() const { return m_path.c_str(); }
     /// For this tool's own look at the bytes, from the start.
-    int Handle() const { return m_handle.Get(); }
+    const CHandle& Handle() const { return m_handle; }
 
 private:
     std::string m_name;
-    CHandle m_handle;
     Text m_path;
+    CTemporaryFile m_temporary;  // in use when the source is no ordinary file
+    CHandle m_handle;
 };
 
 /// A file to write.
@@ -63,16 +51,17 @@ public:
 
 private:
     std::string m_name;
-    std::string m_fileName;  // empty for standard output
-    CHandle m_temporary;     // in use when the target is no ordinary file
+    bool m_isStandardOutput;
+    Text m_target;               // what the command line names; empty for standard output
+    CTemporaryFile m_temporary;  // in use when the target is no ordinary file
     Text m_path;
 };
 
 /// All bytes of standard input. Throws CFault (NoAccess).
 std::string ReadStandardInput();
 
-/// Text for standard output. A reader that has gone ends the process quietly, with 0; any other failure throws
-/// CFault (NoAccess), from Append or from Finish.
+/// Text for standard output. A reader that has gone throws CReaderGone, any other failure CFault (NoAccess), from
+/// Append or from Finish.
 class COutput {
 public:
     void Append(const std::string& text);

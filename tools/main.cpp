@@ -1,12 +1,15 @@
 // parvel: the command-line tool.
-#include <csignal>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "escape.h"
 #include "fault.h"
+#include "platform/program.h"
 #include "verbs.h"
 
 namespace {
@@ -34,11 +37,12 @@ int Complain(ExitCode code, const std::string& line) {
     return static_cast<int>(code);
 }
 
-int Run(int argc, char** argv) {
+int Run(std::vector<std::string> arguments) {
     CLI::App app("Binary documents: made from XML, looked into, made XML again.", "parvel");
     app.set_version_flag("--version", "parvel " PARVEL_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
-    app.require_subcommand(0, 1);  // a word that is no verb is then told by name
+    app.allow_windows_style_options(false);  // what starts with a slash is a path
+    app.require_subcommand(0, 1);            // a word that is no verb is then told by name
     app.footer(kFooter);
     Action chosen;
     AddConvertVerb(app, chosen);
@@ -47,7 +51,8 @@ int Run(int argc, char** argv) {
     AddResultVerb(app, chosen);
 
     try {
-        app.parse(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
+        app.parse(std::move(arguments));
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
@@ -57,13 +62,11 @@ int Run(int argc, char** argv) {
     return static_cast<int>(chosen());
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    // A reader that goes away shows in the result of the write.
-    std::signal(SIGPIPE, SIG_IGN);
+int RunAndComplain(const std::vector<std::string>& arguments) {
     try {
-        return Run(argc, argv);
+        return Run(arguments);
+    } catch (const CReaderGone&) {
+        return static_cast<int>(ExitCode::Done);
     } catch (const CFault& fault) {
         return Complain(fault.Code(), fault.what());
     } catch (const std::bad_alloc&) {
@@ -73,4 +76,11 @@ int main(int argc, char** argv) {
     } catch (...) {
         return Complain(ExitCode::InternalFault, "parvel: internal fault");
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const CProgram program(argc, argv);
+    return RunAndComplain(program.Arguments());
 }

@@ -17,8 +17,8 @@ CComRef<IBinDocument> OpenDocument(const CSource& source) {
     CComRef<IBinDocument> document = TryLoad(source.Path());
     if (document) return document;
     const DocumentFault fault = FindDocumentFault(source.Handle());
-    throw CFault(ExitCode::BadInput, source.Name() + ": byte " + std::to_string(fault.offset),
-                 "not a binary document: " + fault.text,
-                 fault.looksLikeXml ? "it looks like XML: convert it first, with parvel convert"
-                                    : "make it again from its XML");
+    throw CFault(
+        ExitCode::BadInput, source.Name() + ": byte " + std::to_string(fault.offset),
+        "not a binary document: " + fault.text,
+        fault.looksLikeXml ? "it looks like XML: convert it first, with parvel convert" : "make it again from its XML");
 }

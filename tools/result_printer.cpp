@@ -89,7 +89,7 @@ struct Step {
 }  // namespace
 
 std::size_t PrintResult(IScriptResultParser* result, std::size_t unitCount, const ResultView& view, COutput& output) {
-    const std::size_t levelLimit = static_cast<std::size_t>(kMostWork / std::max<std::size_t>(unitCount, 1));
+    const std::uint64_t levelLimit = kMostWork / std::max<std::size_t>(unitCount, 1);
     std::size_t stoppedAt = 0;
     std::vector<Step> path;
     std::string line;

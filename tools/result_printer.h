@@ -12,12 +12,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "files.h"
 #include "parvel/parvel.h"
 
 struct ResultView {
-    std::size_t mostLevels;      // the result itself is level 1
+    std::uint64_t mostLevels;    // the result itself is level 1
     std::size_t mostCharacters;  // of each text
 };
 

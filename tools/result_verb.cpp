@@ -1,4 +1,5 @@
 // parvel result: a script's result, taken apart, as an indented tree.
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <memory>
@@ -78,8 +79,8 @@ ExitCode ShowResult(const ResultOptions& options) {
     CComRef<IScriptResultParser> result;
     if (!GetScriptResultParser(text.c_str(), result.Out())) throw std::bad_alloc();
 
-    constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
-    const ResultView view = {options.depth == 0 ? kAll : options.depth, options.isFull ? kAll : kUsualCharacters};
+    const ResultView view = {options.depth == 0 ? std::numeric_limits<std::uint64_t>::max() : options.depth,
+                             options.isFull ? std::numeric_limits<std::size_t>::max() : kUsualCharacters};
     COutput output;
     const std::size_t stoppedAt = PrintResult(result.Get(), text.size(), view, output);
     output.Finish();

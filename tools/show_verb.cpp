@@ -1,4 +1,5 @@
 // parvel show: a binary document as an indented tree.
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <string>
@@ -24,8 +25,8 @@ ExitCode Show(const ShowOptions& options) {
     CComRef<IBinNode> root;
     document->GetRoot(root.Out());
     if (!root) throw std::bad_alloc();
-    constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
-    const TreeView view = {options.depth == 0 ? kAll : options.depth, options.isFull ? kAll : kUsualCharacters};
+    const TreeView view = {options.depth == 0 ? std::numeric_limits<std::uint64_t>::max() : options.depth,
+                           options.isFull ? std::numeric_limits<std::size_t>::max() : kUsualCharacters};
     COutput output;
     PrintTree(root.Get(), view, output);
     output.Finish();

@@ -11,12 +11,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "files.h"
 #include "parvel/parvel.h"
 
 struct TreeView {
-    std::size_t mostLevels;      // the root is level 1
+    std::uint64_t mostLevels;    // the root is level 1
     std::size_t mostCharacters;  // of each text
 };
 

@@ -173,8 +173,9 @@ struct IBinDocument : IUnknown {
     /// it. False when the file cannot be opened; the modified flag is clear even then. What goes wrong while writing is
     /// not told.
     virtual bool PARVEL_CALL SaveToFile(const WCHAR* path) = 0;
-    /// 14: Rebuilds the document if it is modified, then writes its tree as indented UTF-8 XML. False when there is no
-    /// root or the file cannot be saved.
+    /// 14: Rebuilds the document if it is modified, then writes its tree as indented UTF-8 XML. An element whose name,
+    /// attribute or text XML cannot hold is cut short there, and the result is still true. False when there is no root
+    /// or the file cannot be saved; a file that could not be written whole is removed.
     virtual bool PARVEL_CALL ExportToXml(const WCHAR* path) = 0;
     /// 15: True when something changed since the last save or export.
     virtual bool PARVEL_CALL IsModified() = 0;

@@ -1,5 +1,6 @@
 #include "export/kest_c2xml.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -53,7 +54,7 @@ private:
 };
 
 void CElementBuilder::Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t depth) {
-    Open(parent, CComRef<IBinNode>::Share(node), depth);
+    Open(parent, CComRef<IBinNode>::Share(node), std::max(depth, 0));
     while (!m_path.empty()) {
         try {
             Advance();

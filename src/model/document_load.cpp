@@ -1,5 +1,6 @@
 // Loading: a file or buffer becomes one block, checked and terminated in place; nodes are made when asked for.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -12,13 +13,16 @@
 
 namespace {
 
-// Record offsets are 32 bits wide; no larger file is read into memory.
-constexpr std::int64_t kMostFileBytes = 0xFFFFFF00;
+// Record offsets are 32 bits wide, and a block must leave room for what goes with it; no larger file is read into memory.
+constexpr std::int64_t kMostFileBytes = std::min<std::int64_t>(0xFFFFFF00, PTRDIFF_MAX - 0xFFF);
 
 // For ScanRecords, of a buffer whose length the caller does not tell.
 constexpr std::uint64_t kUnknownByteCount = static_cast<std::uint64_t>(-1);
 
 constexpr WCHAR kUnknownRecordText[] = WTEXT("解析文档节点出现异常！");
+// A file may promise a hundred million children and have none; where a debugger could listen, each telling costs a system
+// call or several. Nobody reads more than this.
+constexpr std::uint64_t kMostTellings = 65'536;
 
 SharedBytes NewBlock(std::size_t byteCount) {
     return std::make_shared_for_overwrite<unsigned char[]>(byteCount + CWordDict::kBlockSpareBytes);
@@ -122,7 +126,8 @@ void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
         CNodePool::Free(root);
         throw;
     }
-    for (std::uint64_t i = 0; i < tree.unknownCount; ++i) OutputDebugStringW(kUnknownRecordText);
+    const std::uint64_t tellings = std::min(tree.unknownCount, kMostTellings);
+    for (std::uint64_t i = 0; i < tellings; ++i) OutputDebugStringW(kUnknownRecordText);
     if (CBinNode* former = m_root) {
         m_root = nullptr;
         former->LetGo();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -54,6 +55,17 @@ public:
         if (count > m_capacity - m_size) Grow(count);
     }
 
+    /// Gives back what is reserved beyond the elements, if the allocator can.
+    void ShrinkToFit() {
+        if (m_size == m_capacity) return;
+        if (m_size == 0) {
+            std::free(Release());
+        } else if (void* data = std::realloc(static_cast<void*>(m_data), m_size * sizeof(T))) {
+            m_data = static_cast<T*>(data);
+            m_capacity = m_size;
+        }
+    }
+
     /// Hands the memory over; the caller frees it with std::free.
     T* Release() {
         m_size = m_capacity = 0;
@@ -68,9 +80,9 @@ public:
         return first;
     }
 
-    /// Adds `count` elements of which every byte is `byte`.
-    void ExtendFilled(std::size_t count, unsigned char byte) {
-        if (count > 0) std::memset(static_cast<void*>(Extend(count)), byte, count * sizeof(T));
+    /// Adds `count` elements of which every byte is `filler`.
+    void ExtendFilled(std::size_t count, unsigned char filler) {
+        if (count > 0) std::memset(static_cast<void*>(Extend(count)), filler, count * sizeof(T));
     }
 
     void Append(T value) { *Extend(1) = value; }
@@ -89,7 +101,8 @@ private:
     }
 
     void Reallocate(std::size_t capacity) {
-        if (capacity > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_alloc();
+        // Nothing larger than what pointers can be apart.
+        if (capacity > static_cast<std::size_t>(PTRDIFF_MAX) / sizeof(T)) throw std::bad_alloc();
         void* data = std::realloc(static_cast<void*>(m_data), capacity * sizeof(T));
         if (!data) throw std::bad_alloc();
         m_data = static_cast<T*>(data);

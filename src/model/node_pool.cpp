@@ -1,5 +1,6 @@
 #include "model/node_pool.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -28,7 +29,8 @@ CNodePool::~CNodePool() {
 
 CNodeSlab* CNodePool::AddSlab(std::uint32_t capacity) {
     Sweep();
-    void* memory = std::malloc(sizeof(CNodeSlab) + std::size_t{capacity} * sizeof(CBinNode));
+    const std::uint64_t byteCount = sizeof(CNodeSlab) + std::uint64_t{capacity} * sizeof(CBinNode);
+    void* memory = byteCount <= PTRDIFF_MAX ? std::malloc(static_cast<std::size_t>(byteCount)) : nullptr;
     if (!memory) throw std::bad_alloc();
     m_slabs = new (memory) CNodeSlab{m_document, m_slabs, capacity, 0, 0, m_generation, 0, 1};
     if (m_nextCapacity < kLastCapacity) m_nextCapacity *= 2;

@@ -24,7 +24,7 @@ constexpr int kMostReseeds = 4;
 
 TextView CWordDict::GetWordView(std::uint32_t index) const {
     const WCHAR* text = TextAt(index);
-    if (index < m_blockWordCount) return TextView(text);
+    if (index < m_blockWordCount) return ViewOf(text);
     const std::size_t end = index + 1 < m_offsets.Size() ? m_offsets[index + 1] - kLengthUnits : m_arena.Size() - 1;
     return TextView(text, end - m_offsets[index]);
 }

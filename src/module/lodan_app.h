@@ -5,7 +5,7 @@
 
 class CLodanApp final : public CWinApp {
 public:
-    /// Reads the settings. Always succeeds.
+    /// Reads the settings and starts the component module. Always succeeds.
     bool InitInstance() override;
     int ExitInstance() override;
 

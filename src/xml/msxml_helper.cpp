@@ -32,7 +32,7 @@ XmlLoadFault ReadFault(IXMLDOMDocument& document) {
     CheckCom(error->get_linepos(&column));
     CheckCom(error->get_line(&line));
     CheckCom(error->get_filepos(&byteOffset));
-    return {Text(reason.View()), Text(sourceLine.View()), byteOffset, line, column};
+    return {true, Text(reason.View()), Text(sourceLine.View()), byteOffset, line, column};
 }
 
 Text NumberText(std::int32_t number) {
@@ -62,6 +62,7 @@ IXMLDOMDocument* MSXMLHelper::LoadXmlDocument(const WCHAR* path, XmlLoadFault* f
         VARIANT_BOOL isLoaded = VARIANT_FALSE;
         CheckCom(document->load(pathValue.Get(), &isLoaded));
         if (isLoaded) return document.Detach();
+        if (fault) fault->isRefused = true;
         if (g_logLevel < 1 && !fault) return nullptr;
 
         const XmlLoadFault found = ReadFault(document.Need());

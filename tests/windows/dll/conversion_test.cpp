@@ -1,0 +1,184 @@
+// Conversion through the system's own XML DOM, and what comes of a DOM that fails.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <msxml2.h>
+
+#include "library.h"
+#include "patched_table.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr GUID kDocumentClass = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+
+const std::string kFormer = "what was there before";
+
+// Converts, with something at the output's place already.
+bool Convert(const WorkFolder& folder, const std::string& xml) {
+    WriteFileBytes(folder.File(L"x.xml"), xml);
+    WriteFileBytes(folder.File(L"x.bdoc"), kFormer);
+    return Parvel().convert(folder.File(L"x.xml").c_str(), folder.File(L"x.bdoc").c_str());
+}
+
+TEST(DllConversion, WithoutComGivesFalseAndTouchesNothing) {
+    const WorkFolder folder;
+    EXPECT_FALSE(Convert(folder, "<a/>"));
+    EXPECT_EQ(ReadFileBytes(folder.File(L"x.bdoc")), kFormer);
+    const ComSession com;
+    EXPECT_TRUE(Convert(folder, "<a/>"));
+    EXPECT_EQ(ReadFileBytes(folder.File(L"x.bdoc")).size(), 27u);
+}
+
+TEST(DllConversion, BadXmlTouchesNothingAndBadPathsGiveFalse) {
+    const ComSession com;
+    const WorkFolder folder;
+    EXPECT_FALSE(Convert(folder, "<a>"));
+    EXPECT_EQ(ReadFileBytes(folder.File(L"x.bdoc")), kFormer);
+    const std::wstring xml = folder.File(L"x.xml").wstring();
+    const std::wstring bin = folder.File(L"y.bdoc").wstring();
+    WriteFileBytes(xml, "<a/>");
+    EXPECT_FALSE(Parvel().convert(folder.File(L"none.xml").c_str(), bin.c_str()));
+    EXPECT_FALSE(std::filesystem::exists(bin));
+    EXPECT_FALSE(Parvel().convert(xml.c_str(), folder.File(L"none\\y.bdoc").c_str()));
+    EXPECT_FALSE(Parvel().convert(xml.c_str(), folder.File(L"").c_str())) << "a folder";
+    EXPECT_FALSE(Parvel().convert(nullptr, bin.c_str()));
+    EXPECT_FALSE(Parvel().convert(L"", bin.c_str()));
+    EXPECT_FALSE(Parvel().convert(xml.c_str(), nullptr));
+    EXPECT_FALSE(Parvel().convert(xml.c_str(), L""));
+    const HANDLE lock = CreateFileW(bin.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr);
+    EXPECT_FALSE(Parvel().convert(xml.c_str(), bin.c_str())) << "a file that somebody else has open";
+    CloseHandle(lock);
+    EXPECT_TRUE(Parvel().convert(xml.c_str(), bin.c_str()));
+}
+
+TEST(DllConversion, TakesTextsAttributesAndCDataAsTheDomHasThem) {
+    const ComSession com;
+    const WorkFolder folder;
+    ASSERT_TRUE(Convert(
+        folder, "<?xml version='1.0'?><!-- c --><r B='2' a='1'>\r\n <t>x &amp; y</t><![CDATA[ <z> ]]><?p i?></r>"));
+    IBinDocument* document = NewDocument();
+    ASSERT_TRUE(document->LoadFromFile(folder.File(L"x.bdoc").c_str()));
+    IBinNode* root = nullptr;
+    document->GetRoot(&root);
+    EXPECT_EQ(std::wstring(root->GetName()), L"r");
+    EXPECT_EQ(std::wstring(root->GetAttribute(L"B")), L"2");
+    EXPECT_EQ(std::wstring(root->GetAttribute(L"a")), L"1");
+    ASSERT_EQ(root->GetChildCount(), 2);
+    IBinNode* child = nullptr;
+    root->GetChild(0, &child);
+    EXPECT_EQ(std::wstring(child->GetValue()), L"x & y");
+    child->Release();
+    root->GetChild(1, &child);
+    EXPECT_EQ(child->GetType(), std::uint32_t{PARVEL_CDATA});
+    EXPECT_EQ(std::wstring(child->GetName()), L" <z> ");
+    child->Release();
+    root->Release();
+    document->Release();
+}
+
+// One object of each kind that a conversion meets, to get at their tables.
+struct DomObjects {
+    DomObjects() {
+        CoCreateInstance(kDocumentClass, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,
+                         reinterpret_cast<void**>(&document));
+        BSTR text = SysAllocString(L"<a b='c'>d</a>");
+        VARIANT_BOOL done = VARIANT_FALSE;
+        document->loadXML(text, &done);
+        SysFreeString(text);
+        document->get_documentElement(&element);
+        element->get_childNodes(&children);
+        children->get_item(0, &text_);
+        element->get_attributes(&attributes);
+        attributes->get_item(0, &attribute);
+    }
+    ~DomObjects() {
+        IUnknown* const all[] = {attribute, attributes, text_, children, element, document};
+        for (IUnknown* object : all) object->Release();
+    }
+    DomObjects(const DomObjects&) = delete;
+    DomObjects& operator=(const DomObjects&) = delete;
+
+    IXMLDOMDocument* document = nullptr;
+    IXMLDOMElement* element = nullptr;
+    IXMLDOMNodeList* children = nullptr;
+    IXMLDOMNode* text_ = nullptr;
+    IXMLDOMNamedNodeMap* attributes = nullptr;
+    IXMLDOMNode* attribute = nullptr;
+};
+
+// Operations of the DOM that fail, by the number of their arguments.
+HRESULT WINAPI Fail1(void*, void*) {
+    return E_FAIL;
+}
+HRESULT WINAPI Fail2(void*, LONG, void**) {
+    return E_FAIL;
+}
+HRESULT WINAPI GiveNull1(void*, void** out) {
+    *out = nullptr;
+    return S_OK;
+}
+HRESULT WINAPI GiveNull2(void*, LONG, void** out) {
+    *out = nullptr;
+    return S_OK;
+}
+HRESULT WINAPI FailLoad(void*, VARIANT, VARIANT_BOOL*) {
+    return E_FAIL;
+}
+
+TEST(DllConversion, AnyDomCallThatFailsGivesFalseAndLeavesNoHalfFile) {
+    const ComSession com;
+    const WorkFolder folder;
+    const DomObjects dom;
+    // Entries of the tables: IDispatch has 7, IXMLDOMNode 36 more, and so on in the order of the system's header.
+    constexpr int kNodeName = 7, kNodeValue = 8, kChildNodes = 12, kAttributes = 17, kDocumentElement = 45, kLoad = 58;
+    constexpr int kListItem = 7, kListLength = 8, kMapItem = 10, kMapLength = 11;
+    const struct {
+        const char* what;
+        void* object;
+        int entry;
+        void* function;
+        bool isBeforeOutput;
+    } rows[] = {
+        {"load", dom.document, kLoad, reinterpret_cast<void*>(FailLoad), true},
+        {"documentElement", dom.document, kDocumentElement, reinterpret_cast<void*>(Fail1), true},
+        {"no documentElement", dom.document, kDocumentElement, reinterpret_cast<void*>(GiveNull1), false},
+        {"element's nodeName", dom.element, kNodeName, reinterpret_cast<void*>(Fail1), false},
+        {"childNodes", dom.element, kChildNodes, reinterpret_cast<void*>(Fail1), false},
+        {"no childNodes", dom.element, kChildNodes, reinterpret_cast<void*>(GiveNull1), false},
+        {"attributes", dom.element, kAttributes, reinterpret_cast<void*>(Fail1), false},
+        {"list's length", dom.children, kListLength, reinterpret_cast<void*>(Fail1), false},
+        {"list's item", dom.children, kListItem, reinterpret_cast<void*>(Fail2), false},
+        {"no item in the list", dom.children, kListItem, reinterpret_cast<void*>(GiveNull2), false},
+        {"map's length", dom.attributes, kMapLength, reinterpret_cast<void*>(Fail1), false},
+        {"map's item", dom.attributes, kMapItem, reinterpret_cast<void*>(Fail2), false},
+        {"no item in the map", dom.attributes, kMapItem, reinterpret_cast<void*>(GiveNull2), false},
+        {"attribute's nodeName", dom.attribute, kNodeName, reinterpret_cast<void*>(Fail1), false},
+        {"attribute's nodeValue", dom.attribute, kNodeValue, reinterpret_cast<void*>(Fail1), false},
+        {"text's nodeValue", dom.text_, kNodeValue, reinterpret_cast<void*>(Fail1), false},
+    };
+    const std::string xml = "<a b='c'>d<e/></a>";
+    for (const auto& row : rows) {
+        {
+            const PatchedTable patch(row.object, row.entry, row.function);
+            EXPECT_FALSE(Convert(folder, xml)) << row.what;
+        }
+        EXPECT_EQ(std::filesystem::exists(folder.File(L"x.bdoc")), row.isBeforeOutput) << row.what;
+        EXPECT_EQ(ReadFileBytes(folder.File(L"x.bdoc")), row.isBeforeOutput ? kFormer : "") << row.what;
+        ASSERT_TRUE(Convert(folder, xml)) << row.what;
+    }
+}
+
+// Without attributes an element need not have a map of them.
+TEST(DllConversion, AnElementWithoutAnAttributeMapHasNoAttributes) {
+    const ComSession com;
+    const WorkFolder folder;
+    const DomObjects dom;
+    const PatchedTable patch(dom.element, 17, reinterpret_cast<void*>(GiveNull1));
+    EXPECT_TRUE(Convert(folder, "<a b='c'/>"));
+    EXPECT_EQ(ReadFileBytes(folder.File(L"x.bdoc")).size(), 27u);
+}
+
+}  // namespace
