@@ -198,33 +198,6 @@ TEST_F(Layout, AnyBytesLoadOrFailCleanly) {
     }
 }
 
-TEST_F(Layout, AMillionLevelsLoadWalkSaveAndRebuild) {
-    constexpr std::uint32_t kDepth = 1'000'000;
-    CBytes bytes;
-    bytes.Words({u"a"});
-    for (std::uint32_t i = 0; i < kDepth; ++i) bytes.Element(0, i + 1 < kDepth ? 1 : 0);
-    const DocumentPtr document = NewDocument();
-    ASSERT_TRUE(LoadFile(*document, bytes));
-    IBinNode* node = nullptr;
-    document->GetRoot(&node);
-    std::uint32_t depth = 0;
-    while (node) {
-        ++depth;
-        IBinNode* child = nullptr;
-        node->GetChild(0, &child);
-        node->Release();
-        node = child;
-    }
-    EXPECT_EQ(depth, kDepth);
-    document->SetModified(true);
-    EXPECT_TRUE(Saved(*document) == Bytes(bytes));
-    IBinDocument* copy = nullptr;
-    document->Clone(&copy);
-    IBinDocument* original = document.get();
-    EXPECT_TRUE(copy->IsEqual(&original));
-    copy->Release();
-}
-
 TEST_F(Layout, PathsThatCannotBeReadOrWritten) {
     const DocumentPtr document = NewDocument();
     ASSERT_TRUE(LoadFile(*document, kExample));

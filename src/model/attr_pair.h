@@ -2,9 +2,9 @@
 // pending attribute by copies of its texts.
 //
 // A pair holds no reference on its element or its document. It keeps the element's memory, so it can tell when the
-// element is gone, and stands in its document's list of pairs, so it is told when the document goes; it then answers null
-// and false. A pair belongs to the document that its element was in when it was made, and reads that document's words
-// even when the element has moved. A document keeps the memory of released pairs for the next ones.
+// element is gone, and stands in its document's list of pairs, so it is told when the document goes; it then answers
+// null and false. A pair belongs to the document that its element was in when it was made, and reads that document's
+// words even when the element has moved. A document keeps the memory of released pairs for the next ones.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +36,7 @@ private:
     std::uint32_t m_serial = 0;  // of the element's cell when the pair was made
     std::int32_t m_nameWord = 0;
     std::int32_t m_valueWord = 0;
-    bool m_isHeld = false;  // from a pending attribute
+    bool m_isHeld = false;     // from a pending attribute
     bool m_isOfGuest = false;  // the element was a guest already: its slab is held for the pair, not kept
     CBinNode* m_element = nullptr;
     CBinaryDocument* m_document = nullptr;  // null once it is gone

@@ -64,17 +64,11 @@ void CBinaryDocument::GetRoot(IBinNode** out) {
     *out = nullptr;
     try {
         if (!m_root) {
-            CBinNode* root = NewNode();
-            try {
-                root->BecomeElement(kRootName);
-            } catch (...) {
-                root->Release();
-                throw;
-            }
-            UnlistDetached(root);
-            m_root = root;
+            const CNodeRef root = NewNode();
+            root->BecomeElement(kRootName);
+            UnlistDetached(root.get());
+            m_root = root.get();
             m_modified = true;  // its name is not in the dictionary yet
-            m_root->Release();
         }
         m_root->AddRef();
         *out = m_root;
@@ -92,11 +86,10 @@ void CBinaryDocument::Clone(IBinDocument** out) {
         copy->m_optionValue = m_optionValue;
         std::memcpy(copy->m_path, m_path, sizeof(m_path));
         if (m_root) {
-            if (CBinNode* root = CBinNode::CloneTo(m_root, copy, true)) {
-                copy->UnlistDetached(root);
-                copy->m_root = root;
+            if (const CNodeRef root = CBinNode::CloneTo(m_root, copy, true)) {
+                copy->UnlistDetached(root.get());
+                copy->m_root = root.get();
                 copy->m_modified = true;
-                root->Release();
             }
         }
         *out = copy;
@@ -121,18 +114,18 @@ void CBinaryDocument::GiveUpRoot() {
     m_isBlockCurrent = false;
 }
 
-CBinNode* CBinaryDocument::NewNode() {
+CNodeRef CBinaryDocument::NewNode() {
     MakeRoomForDetached();
     CBinNode* node = m_pool.Allocate(1);
     node->AddRef();
     ListDetached(node);
-    return node;
+    return CNodeRef(node);
 }
 
 void CBinaryDocument::CreateNode(IBinNode** out) {
     if (!out) return;
     try {
-        *out = NewNode();
+        *out = NewNode().release();
     } catch (const std::bad_alloc&) {
         *out = nullptr;
     }
@@ -140,13 +133,11 @@ void CBinaryDocument::CreateNode(IBinNode** out) {
 
 void CBinaryDocument::CreateElement(IBinNode** out, const WCHAR* name) {
     if (!out || !name || !*name) return;
-    CBinNode* node = nullptr;
     try {
-        node = NewNode();
+        CNodeRef node = NewNode();
         node->BecomeElement(name);
-        *out = node;
+        *out = node.release();
     } catch (const std::bad_alloc&) {
-        if (node) node->Release();
         *out = nullptr;
     }
 }

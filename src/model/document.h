@@ -48,8 +48,8 @@ public:
     /// The root moves into another document: this one has none until GetRoot makes one.
     void GiveUpRoot();
 
-    /// A new bare node with one outside reference. Throws std::bad_alloc.
-    CBinNode* NewNode();
+    /// A new bare node. Throws std::bad_alloc.
+    CNodeRef NewNode();
 
     /// Brings every pending edit into the records and makes a dictionary of exactly the texts that the tree uses.
     /// Throws std::bad_alloc, and then every node shows what it showed.

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "model/layout.h"
 #include "model/ordered_list.h"
@@ -24,6 +25,12 @@ struct CNodeSlab;
 struct CNodeState;
 
 using CChildList = COrderedList<CBinNode>;
+
+struct CNodeRelease {
+    void operator()(CBinNode* node) const;
+};
+/// One outside reference on a node.
+using CNodeRef = std::unique_ptr<CBinNode, CNodeRelease>;
 
 class CBinNode final : public IBinNode {
 public:
@@ -97,14 +104,14 @@ public:
     /// Holds this node's texts, and those of all below it, as edits: they then outlive the document's dictionary. With
     /// `isLeaving` the way a node takes them along into another document, its name included.
     void HoldSubtree(bool isLeaving = false);
-    /// A copy for `target`, with one outside reference; null when the source has no name.
-    static CBinNode* CloneTo(CBinNode* source, CBinaryDocument* target, bool deep);
+    /// A copy for `target`; null when the source has no name.
+    static CNodeRef CloneTo(CBinNode* source, CBinaryDocument* target, bool deep);
     /// Whether the two are alike, in pre-order when `deep`.
     static bool Compare(CBinNode* a, CBinNode* b, bool deep);
     /// Makes this fresh node an element of the given held name.
     void BecomeElement(const WCHAR* name);
     /// AppendChild without its questions.
-    bool AppendNode(CBinNode* child);
+    void AppendNode(CBinNode* child);
 
 private:
     friend class CNodePool;
@@ -149,7 +156,7 @@ private:
     void TakeFromParent();
     void HoldTexts(bool isLeaving);
     void MoveInto(CBinaryDocument* document);
-    CBinNode* CopyAlone(CBinaryDocument* target);
+    CNodeRef CopyAlone(CBinaryDocument* target);
     void CopyElementTexts(CBinNode& copy);
     bool EqualsAlone(CBinNode& other);
 
@@ -163,5 +170,9 @@ private:
     std::uint32_t m_slot = 0;    // place in the parent's list, or in the document's list of detached nodes
     std::uint32_t m_serial = 0;  // grows each time the cell is used anew
 };
+
+inline void CNodeRelease::operator()(CBinNode* node) const {
+    node->Release();
+}
 
 static_assert(sizeof(void*) != 8 || sizeof(CBinNode) == 48);

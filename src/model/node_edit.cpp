@@ -231,16 +231,11 @@ CBinNode* CBinNode::OnlyTextChild() {
 }
 
 CBinNode* CBinNode::AppendNewText(std::uint32_t word) {
-    CBinNode* child = Document()->NewNode();
-    try {
-        unsigned char record[kTextBytes];
-        WriteTextRecord(record, kText, word);
-        child->SetOwnRecord(record, sizeof(record));
-        AppendNode(child);
-    } catch (...) {
-        child->Release();
-        throw;
-    }
-    child->Release();
+    const CNodeRef reference = Document()->NewNode();
+    CBinNode* const child = reference.get();
+    unsigned char record[kTextBytes];
+    WriteTextRecord(record, kText, word);
+    child->SetOwnRecord(record, sizeof(record));
+    AppendNode(child);
     return child;
 }

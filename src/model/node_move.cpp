@@ -36,14 +36,15 @@ bool CBinNode::AppendChild(IBinNode** child) {
     if (node == Document()->Root()) return true;
     if (IsBelow(node)) return false;
     try {
-        return AppendNode(node);
+        AppendNode(node);
+        return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
 // What can fail for want of memory comes first; then nothing can.
-bool CBinNode::AppendNode(CBinNode* child) {
+void CBinNode::AppendNode(CBinNode* child) {
     CBinaryDocument* document = Document();
     CBinaryDocument* formerDocument = child->Document();
     if (formerDocument != document) {
@@ -64,7 +65,6 @@ bool CBinNode::AppendNode(CBinNode* child) {
     }
     list.Append(child);
     document->SetModified(true);
-    return true;
 }
 
 // Takes this node out of its parent's list, the list of detached nodes, or another document's root.
@@ -177,69 +177,57 @@ bool CBinNode::Clone(IBinNode** out, bool deep) {
     CBinaryDocument* document = Document();
     if (!document || !out) return false;
     try {
-        CBinNode* copy = CloneTo(this, document, deep);
+        CNodeRef copy = CloneTo(this, document, deep);
         if (!copy) return false;
-        *out = copy;
+        *out = copy.release();
         return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
-CBinNode* CBinNode::CloneTo(CBinNode* source, CBinaryDocument* target, bool deep) {
-    CBinNode* const top = source->CopyAlone(target);
+CNodeRef CBinNode::CloneTo(CBinNode* source, CBinaryDocument* target, bool deep) {
+    CNodeRef top = source->CopyAlone(target);
     if (!top || !deep) return top;
-    try {
-        CBinNode* copy = top;
-        for (CBinNode* node = source; node;) {
-            node->MakeChildren();
-            // Into the first child that can be copied; otherwise along to the next sibling of the nearest ancestor.
-            CBinNode* next = node->HasMadeChildren() && IsElement(node->m_record) ? node->FirstMadeChild() : nullptr;
-            CBinNode* parentCopy = copy;
-            CBinNode* childCopy = nullptr;
-            while (!childCopy) {
-                while (!next && node != source) {
-                    next = node->m_parent->NextMadeChild(node);
-                    node = node->m_parent;
-                    parentCopy = parentCopy->m_parent;
-                }
-                if (!next) return top;
-                childCopy = next->CopyAlone(target);
-                if (!childCopy) next = next->m_parent->NextMadeChild(next);
+    CBinNode* copy = top.get();
+    for (CBinNode* node = source;;) {
+        node->MakeChildren();
+        // Into the first child that can be copied; otherwise along to the next sibling of the nearest ancestor.
+        CBinNode* next = node->HasMadeChildren() && IsElement(node->m_record) ? node->FirstMadeChild() : nullptr;
+        CBinNode* parentCopy = copy;
+        CNodeRef childCopy;
+        while (!childCopy) {
+            while (!next && node != source) {
+                next = node->m_parent->NextMadeChild(node);
+                node = node->m_parent;
+                parentCopy = parentCopy->m_parent;
             }
-            parentCopy->AppendNode(childCopy);
-            childCopy->Release();
-            node = next;
-            copy = childCopy;
+            if (!next) return top;
+            childCopy = next->CopyAlone(target);
+            if (!childCopy) next = next->m_parent->NextMadeChild(next);
         }
-        return top;
-    } catch (...) {
-        top->Release();
-        throw;
+        parentCopy->AppendNode(childCopy.get());
+        node = next;
+        copy = childCopy.get();
     }
 }
 
 // Null when there is no name to make an element of. The copy's own pending attributes and value are not copied.
-CBinNode* CBinNode::CopyAlone(CBinaryDocument* target) {
+CNodeRef CBinNode::CopyAlone(CBinaryDocument* target) {
     const WCHAR* name = GetName();
     if (!name || !*name) return nullptr;
-    CBinNode* copy = target->NewNode();
-    try {
-        copy->BecomeElement(name);
-        if (IsElement(m_record)) {
-            CopyElementTexts(*copy);
-        } else if (m_record) {
-            const TextView text(GetValue());
-            unsigned char record[kTextBytes];
-            WriteTextRecord(record, *m_record, target->Words().AddWord(text, false));
-            copy->SetOwnRecord(record, sizeof(record));
-            copy->State()->value.Set(GetValue());
-        }
-        return copy;
-    } catch (...) {
-        copy->Release();
-        throw;
+    CNodeRef copy = target->NewNode();
+    copy->BecomeElement(name);
+    if (IsElement(m_record)) {
+        CopyElementTexts(*copy);
+    } else if (m_record) {
+        const TextView text(GetValue());
+        unsigned char record[kTextBytes];
+        WriteTextRecord(record, *m_record, target->Words().AddWord(text, false));
+        copy->SetOwnRecord(record, sizeof(record));
+        copy->State()->value.Set(GetValue());
     }
+    return copy;
 }
 
 void CBinNode::CopyElementTexts(CBinNode& copy) {
