@@ -1,6 +1,6 @@
 # A thin face on CMake; the build itself is in CMakeLists.txt and CMakePresets.json.
 .DEFAULT_GOAL := lib
-.PHONY: lib cli demo test test-sanitize fuzz windows test-windows install clean
+.PHONY: lib cli demo test test-sanitize fuzz windows test-windows bench bench-count install clean
 
 PREFIX ?= /usr/local
 JOBS := $(shell nproc)
@@ -52,6 +52,20 @@ windows:  ## build/windows/Parvel.DLL and build/windows/parvel.exe, for 32-bit W
 test-windows:  ## the same tests as 32-bit Windows programs, and the real DLL, under Wine
 	@scripts/setup.sh build windows test-windows wine
 	@scripts/test-windows.sh
+
+bench:  ## figures against peers, side by side; BENCH_FILTER=load for some of them; all of them rewrite docs/benchmarks.md
+	@scripts/setup.sh build bench
+	@scripts/bench-corpus.py build/bench-corpus
+	@$(MAKE) --no-print-directory build/bench/build.ninja
+	cmake --build --preset bench
+	scripts/bench-run.py build/bench build/bench/results.json '$(BENCH_FILTER)'
+	scripts/bench-report.py build/bench/results.json docs
+
+bench-count:  ## instructions of a fixed set of operations, against bench/counts.txt; UPDATE=1 keeps the new ones
+	@scripts/setup.sh build bench
+	@$(MAKE) --no-print-directory build/bench/build.ninja
+	cmake --build --preset bench --target parvel_bench_count
+	scripts/bench-count.py build/bench bench/counts.txt $(if $(UPDATE),--update)
 
 install: build/native/build.ninja  ## header, library, tool, CMake package, pkg-config file, man page
 	cmake --build --preset release --target parvel parvel_cli

@@ -11,10 +11,12 @@ void FuzzEdits(FuzzBytes bytes) {
         const std::size_t at = next++;
         return at < bytes.size() ? bytes[at] : at;
     };
-    g_lower = static_cast<std::int32_t>(choose() % 2);
+    const std::uint64_t settings = choose();
+    g_lower = static_cast<std::int32_t>(settings % 2);
     {
-        edits::Sequence sequence(choose, folder);
+        edits::Sequence sequence(choose, folder, settings / 2 % 2 == 1);
         while (next < bytes.size() && !::testing::Test::HasFailure()) sequence.Run(1);
+        sequence.Finish();
     }
     g_lower = 0;
     Require(!::testing::Test::HasFailure(), "edits do to a document what they do to the model");

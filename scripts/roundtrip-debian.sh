@@ -18,6 +18,7 @@ case "${1-}" in
     --install)
         as_root=
         [ "$(id -u)" -eq 0 ] || as_root=sudo
+        $as_root apt-get update -q
         # shellcheck disable=SC2086  # a list of names
         $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $most_wanted
         ;;
@@ -27,6 +28,7 @@ case "${1-}" in
         ;;
 esac
 
+scripts/setup.sh build
 [ -f build/native/build.ninja ] || cmake --preset release
 cmake --build --preset release --target parvel_roundtrip parvel_cli
 

@@ -6,18 +6,24 @@
 # 32-bit Wine ("wine") cannot be had on every machine; scripts/setup-wine.sh has the details.
 set -eu
 
-packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev"
+# What configuring needs: it takes in the tests, whatever is built then.
+packages="g++ make cmake ninja-build libexpat1-dev libcli11-dev libgtest-dev libxml2-dev"
 wantsWine=
 for purpose in "$@"; do
     case $purpose in
         build) ;;
         demo) packages="$packages shared-mime-info" ;;
         test)
-            packages="$packages libgtest-dev libxml2-dev binutils"
+            packages="$packages binutils"
             # Brings the XML conformance suite; any npm will do.
             command -v npm >/dev/null 2>&1 || packages="$packages npm ca-certificates"
             ;;
-        bench) packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev pkg-config shared-mime-info" ;;
+        bench)
+            packages="$packages libbenchmark-dev libpugixml-dev libxml2-dev valgrind python3"
+            # What the files to measure on are made from.
+            packages="$packages shared-mime-info libgirepository1.0-dev unicode-cldr-core kanjidic-xml debian-handbook"
+            packages="$packages openclipart-svg"
+            ;;
         fuzz) packages="$packages clang libclang-rt-14-dev libgtest-dev" ;;
         windows) packages="$packages g++-mingw-w64-i686-win32 mingw-w64-tools faketime" ;;
         test-windows) packages="$packages g++-mingw-w64-i686-win32 mingw-w64-tools faketime googletest xvfb xdotool" ;;

@@ -1,25 +1,37 @@
 #include "failing_new.h"
 
-#include <cstdlib>
+#include <atomic>
+#include <cstddef>
 #include <new>
 
 namespace {
 
 constexpr int kNeverFails = -1;
-thread_local int t_successesLeft = kNeverFails;
+// Not per thread: where a system has no thread-local memory of its own, reaching such a variable allocates.
+std::atomic<int> g_successesLeft = kNeverFails;
+std::atomic<bool> g_hasFailed = false;
+std::atomic<std::int64_t> g_liveBlocks = 0;
 
 }  // namespace
 
 CFailingNew::CFailingNew(int successes) {
-    t_successesLeft = successes;
+    g_hasFailed = false;
+    g_successesLeft = successes;
 }
 
 CFailingNew::~CFailingNew() {
-    t_successesLeft = kNeverFails;
+    g_successesLeft = kNeverFails;
 }
 
-// A sanitizer's own operators tell a delete that does not match its new, which is worth more.
-#if defined(__SANITIZE_ADDRESS__)
+bool CFailingNew::HasFailed() const {
+    return g_hasFailed;
+}
+
+std::int64_t LiveBlockCount() {
+    return g_liveBlocks;
+}
+
+#ifndef PARVEL_ALLOCATIONS_WRAPPED
 
 const bool CFailingNew::kWorks = false;
 
@@ -27,20 +39,91 @@ const bool CFailingNew::kWorks = false;
 
 const bool CFailingNew::kWorks = true;
 
-// The other forms of new and delete are defined by these.
-void* operator new(std::size_t size) {
-    if (t_successesLeft == 0) throw std::bad_alloc();
-    if (t_successesLeft > 0) --t_successesLeft;
-    if (void* block = std::malloc(size > 0 ? size : 1)) return block;
-    throw std::bad_alloc();
+namespace {
+
+bool MayAllocate() {
+    if (g_successesLeft == 0) g_hasFailed = true;
+    if (g_successesLeft > 0) --g_successesLeft;
+    return !g_hasFailed || g_successesLeft == kNeverFails;
 }
 
-void operator delete(void* block) noexcept {
-    std::free(block);
+void* Counted(void* block) {
+    if (block) ++g_liveBlocks;
+    return block;
 }
 
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
+void Uncount(const void* block) {
+    if (block) --g_liveBlocks;
 }
+
+}  // namespace
+
+// The linker's --wrap: who asks for X gets __wrap_X; __real_X is X itself. C++ operators go by their mangled names, in
+// which a size is m where it has 64 bits, otherwise j.
+#if __SIZEOF_SIZE_T__ == 8
+#define SIZED(name) name##m
+#else
+#define SIZED(name) name##j
+#endif
+
+extern "C" {
+
+void* __real_malloc(std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void __real_free(void* block);
+void* SIZED(__real__Znw)(std::size_t size);
+void* SIZED(__real__Zna)(std::size_t size);
+void __real__ZdlPv(void* block);
+void __real__ZdaPv(void* block);
+void SIZED(__real__ZdlPv)(void* block, std::size_t size);
+void SIZED(__real__ZdaPv)(void* block, std::size_t size);
+
+void* __wrap_malloc(std::size_t size) {
+    return MayAllocate() ? Counted(__real_malloc(size)) : nullptr;
+}
+
+void* __wrap_realloc(void* block, std::size_t size) {
+    if (!MayAllocate()) return nullptr;
+    void* moved = __real_realloc(block, size);
+    if (!block) Counted(moved);
+    return moved;
+}
+
+void __wrap_free(void* block) {
+    Uncount(block);
+    __real_free(block);
+}
+
+void* SIZED(__wrap__Znw)(std::size_t size) {
+    if (!MayAllocate()) throw std::bad_alloc();
+    return Counted(SIZED(__real__Znw)(size));
+}
+
+void* SIZED(__wrap__Zna)(std::size_t size) {
+    if (!MayAllocate()) throw std::bad_alloc();
+    return Counted(SIZED(__real__Zna)(size));
+}
+
+void __wrap__ZdlPv(void* block) {
+    Uncount(block);
+    __real__ZdlPv(block);
+}
+
+void __wrap__ZdaPv(void* block) {
+    Uncount(block);
+    __real__ZdaPv(block);
+}
+
+void SIZED(__wrap__ZdlPv)(void* block, std::size_t size) {
+    Uncount(block);
+    SIZED(__real__ZdlPv)(block, size);
+}
+
+void SIZED(__wrap__ZdaPv)(void* block, std::size_t size) {
+    Uncount(block);
+    SIZED(__real__ZdaPv)(block, size);
+}
+
+}  // extern "C"
 
 #endif

@@ -1,14 +1,26 @@
-// Lets the n-th `new` of this thread fail, to see what an operation does when memory runs out.
+// Lets the n-th allocation fail, to see what an operation does when memory runs out; and counts blocks, to
+// see that all of them come back.
+//
+// It sees what the code linked into the tests asks of new, malloc and realloc (tests/CMakeLists.txt has the linker send
+// these here), not what shared libraries do by themselves. A sanitizer's own checks stay in force behind it.
 #pragma once
+
+#include <cstdint>
 
 class CFailingNew {
 public:
-    /// False where the allocator belongs to a sanitizer: nothing fails then.
+    /// False where the linker does not send allocations here: nothing fails then, and no block counts.
     static const bool kWorks;
 
-    /// The allocation after `successes` more, and every later one, throws std::bad_alloc until this object ends.
+    /// The allocation after `successes` more, and every later one, fails until this object ends.
     explicit CFailingNew(int successes);
     CFailingNew(const CFailingNew&) = delete;
     CFailingNew& operator=(const CFailingNew&) = delete;
     ~CFailingNew();
+
+    /// True when an allocation has failed.
+    bool HasFailed() const;
 };
+
+/// Blocks given so far, less those freed. For differences, while one thread runs.
+std::int64_t LiveBlockCount();

@@ -4,94 +4,12 @@
 #include <algorithm>
 #include <random>
 
-#include "model/document.h"
+#include "document_bytes.h"
 #include "platform/dialog.h"
-#include "test_files.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-// Bytes of a document, part by part.
-class CBytes {
-public:
-    CBytes& Number(std::uint32_t number) {
-        for (int shift = 0; shift < 32; shift += 8) m_bytes.push_back(static_cast<unsigned char>(number >> shift));
-        return *this;
-    }
-    CBytes& Raw(std::initializer_list<int> bytes) {
-        for (const int byte : bytes) m_bytes.push_back(static_cast<unsigned char>(byte));
-        return *this;
-    }
-    CBytes& Word(const std::u16string& text) {
-        Number(static_cast<std::uint32_t>(text.size() * 2));
-        for (const char16_t unit : text) Raw({unit & 0xFF, unit >> 8});
-        return *this;
-    }
-    CBytes& Words(std::initializer_list<std::u16string> words) {
-        Number(static_cast<std::uint32_t>(words.size()));
-        for (const std::u16string& word : words) Word(word);
-        return *this;
-    }
-    CBytes& Element(std::uint32_t name, std::int32_t childCount, std::vector<std::uint32_t> attrs = {},
-                    std::uint32_t own = kNoWord) {
-        Raw({1}).Number(name).Number(own).Number(static_cast<std::uint32_t>(attrs.size() / 2));
-        Number(static_cast<std::uint32_t>(childCount));
-        for (const std::uint32_t word : attrs) Number(word);
-        return *this;
-    }
-    CBytes& TextNode(std::uint32_t word, int type = 3) { return Raw({type}).Number(word); }
-    operator const Bytes&() const { return m_bytes; }
-
-private:
-    Bytes m_bytes;
-};
-
-std::string Narrow(const WCHAR* text) {
-    if (!text) return "(null)";
-    std::string narrow;
-    for (; *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
-    return narrow;
-}
-
-// a[x=1](text child#) : element a with an attribute and a text child; <text> is CDATA; * a node without a name.
-std::string Notation(IBinNode* node) {
-    std::string shown;
-    if (node->GetType() == 3) return "'" + Narrow(node->GetValue()) + "'";
-    if (node->GetType() == 4) return "<" + Narrow(node->GetValue()) + ">";
-    shown = node->GetName() ? Narrow(node->GetName()) : "*";
-    for (int i = 0; i < node->GetAttrCount(); ++i) {
-        IAttrPair* pair = nullptr;
-        node->GetAttrPair(i, &pair);
-        shown += "[" + Narrow(pair->GetName()) + "=" + Narrow(pair->GetValue()) + "]";
-        pair->Release();
-    }
-    for (int i = 0; i < node->GetChildCount(); ++i) {
-        IBinNode* child = nullptr;
-        node->GetChild(i, &child);
-        shown += (i == 0 ? "(" : " ") + Notation(child) + (i + 1 == node->GetChildCount() ? ")" : "");
-        child->Release();
-    }
-    return shown;
-}
-
-std::string RootNotation(CBinaryDocument* document) {
-    return document->Root() ? Notation(document->Root()) : "(none)";
-}
-
-struct DocumentRelease {
-    void operator()(CBinaryDocument* document) const { document->Release(); }
-};
-using DocumentPtr = std::unique_ptr<CBinaryDocument, DocumentRelease>;
-
-DocumentPtr NewDocument() {
-    return DocumentPtr(CBinaryDocument::Create());
-}
-
-const Bytes kExample = CBytes()
-                           .Words({u"a", u"x", u"1", u"hi"})
-                           .Element(0, 1, {1, 2})
-                           .TextNode(3);
+const Bytes kExample = CBytes().Words({u"a", u"x", u"1", u"hi"}).Element(0, 1, {1, 2}).TextNode(3);
 
 class Layout : public ::testing::Test {
 protected:
@@ -99,11 +17,7 @@ protected:
         WriteBytes(m_folder.File("in"), bytes);
         return document.LoadFromFile(m_folder.Path("in").c_str());
     }
-    Bytes Saved(CBinaryDocument& document) {
-        std::filesystem::remove(m_folder.File("out"));
-        EXPECT_TRUE(document.SaveToFile(m_folder.Path("out").c_str()));
-        return ReadBytes(m_folder.File("out"));
-    }
+    Bytes Saved(CBinaryDocument& document) { return SavedBytes(&document, m_folder); }
     CTestFolder m_folder;
 };
 
@@ -128,7 +42,8 @@ TEST_F(Layout, EveryPrefixFailsAndKeepsTheFormerTree) {
     for (std::size_t size = 0; size < kExample.size(); ++size) {
         const DocumentPtr document = NewDocument();
         ASSERT_TRUE(LoadFile(*document, CBytes().Words({u"former"}).Element(0, 0)));
-        EXPECT_FALSE(LoadFile(*document, Bytes(kExample.begin(), kExample.begin() + static_cast<std::ptrdiff_t>(size))));
+        EXPECT_FALSE(
+            LoadFile(*document, Bytes(kExample.begin(), kExample.begin() + static_cast<std::ptrdiff_t>(size))));
         const std::uint32_t wordsRead = size < 10 ? 0 : size < 16 ? 1 : size < 22 ? 2 : size < 30 ? 3 : 4;
         EXPECT_EQ(document->Words().GetWordCount(), wordsRead) << size << " bytes";
         EXPECT_EQ(RootNotation(document.get()), wordsRead > 0 ? "a" : "") << size << " bytes";
@@ -158,8 +73,9 @@ TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
         {"odd last word", CBytes().Number(1).Number(3).Raw({0x41, 0}).Element(0, 0), "A\x01",
          CBytes().Words({u"A\x01"}).Element(0, 0)},
         {"text root", CBytes().Words({u"hi"}).TextNode(0), "'hi'", CBytes().Words({u"hi"}).TextNode(0)},
-        {"CDATA child, indexes past the end", CBytes().Words({u"a"}).Element(0, 2, {7, kNoWord}).TextNode(9, 4).TextNode(0),
-         "a[(null)=(null)](<> 'a')", CBytes().Words({u"a"}).Element(0, 2, {7, kNoWord}).TextNode(9, 4).TextNode(0)},
+        {"CDATA child, indexes past the end",
+         CBytes().Words({u"a"}).Element(0, 2, {7, kNoWord}).TextNode(9, 4).TextNode(0), "a[(null)=(null)](<> 'a')",
+         CBytes().Words({u"a"}).Element(0, 2, {7, kNoWord}).TextNode(9, 4).TextNode(0)},
         {"unknown child: it and those behind it have no record",
          CBytes().Words({u"a"}).Element(0, 4).Element(0, 2).TextNode(0).Raw({9, 9, 9, 9}), "a(a('a' *) * * *)",
          CBytes().Words({u"a"}).Element(0, 1).Element(0, 1).TextNode(0)},
@@ -168,7 +84,8 @@ TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
     for (const Row& row : rows) {
         for (const bool isFile : {true, false}) {
             const DocumentPtr document = NewDocument();
-            ASSERT_TRUE(isFile ? LoadFile(*document, row.bytes) : document->LoadFromBuffer(row.bytes.data())) << row.what;
+            ASSERT_TRUE(isFile ? LoadFile(*document, row.bytes) : document->LoadFromBuffer(row.bytes.data()))
+                << row.what;
             EXPECT_EQ(Saved(*document), row.saved) << row.what;
             EXPECT_EQ(RootNotation(document.get()), row.notation) << row.what;
             EXPECT_EQ(Saved(*document), row.saved) << row.what;
@@ -178,9 +95,8 @@ TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
 
 TEST_F(Layout, UnknownRecordsAreToldToTheDebugger) {
     static std::vector<std::u16string> told;
-    const TextHandler former = SetDebugOutputHandler([](const WCHAR* text) {
-        told.emplace_back(text, text + TextLength(text));
-    });
+    const TextHandler former =
+        SetDebugOutputHandler([](const WCHAR* text) { told.emplace_back(text, text + TextLength(text)); });
     const DocumentPtr document = NewDocument();
     EXPECT_TRUE(LoadFile(*document, CBytes().Words({u"a"}).Element(0, 3).TextNode(0).Raw({9, 9})));
     EXPECT_TRUE(LoadFile(*document, CBytes().Words({u"a"}).Raw({9})));  // a root of unknown type is not told
@@ -265,9 +181,13 @@ TEST_F(Layout, CountsThatTheBytesCannotHoldFail) {
 TEST_F(Layout, AnyBytesLoadOrFailCleanly) {
     std::mt19937 random(7);
     for (int round = 0; round < 3000; ++round) {
-        Bytes bytes = round % 2 ? kExample : Bytes(CBytes().Words({u"a", u"b"}).Element(0, 3).Element(1, 1).TextNode(0)
-                                                       .TextNode(1).TextNode(1, 4));
-        for (int i = 0; i < 3; ++i) bytes[random() % bytes.size()] = static_cast<unsigned char>(random() % 3 ? random() % 6 : random());
+        Bytes bytes =
+            round % 2
+                ? kExample
+                : Bytes(
+                      CBytes().Words({u"a", u"b"}).Element(0, 3).Element(1, 1).TextNode(0).TextNode(1).TextNode(1, 4));
+        for (int i = 0; i < 3; ++i)
+            bytes[random() % bytes.size()] = static_cast<unsigned char>(random() % 3 ? random() % 6 : random());
         const DocumentPtr document = NewDocument();
         if (!LoadFile(*document, bytes)) continue;
         RootNotation(document.get());

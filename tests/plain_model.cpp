@@ -25,11 +25,24 @@ bool Node::IsRoot() const {
     return doc && doc->root == this;
 }
 
+// A text that is held as the value has won over the record before this is asked.
+Text Node::RecordText() const {
+    return foreign ? (IsText() ? value : Text()) : doc->dict.Word(record.word);
+}
+
+Text Node::OwnText() const {
+    return foreign ? own : doc->dict.Word(record.own);
+}
+
+bool Node::HasOnlyText() const {
+    return children.size() == 1 && children[0]->hasRecord && children[0]->record.type == 3;
+}
+
 const Text* Node::Name() const {
     if (!doc) return nullptr;
     if (!name.empty()) return &name;
     if (!hasRecord) return nullptr;
-    m_answer = foreign ? (IsText() ? value : Text()) : doc->dict.Word(record.word);
+    m_answer = RecordText();
     return &m_answer;
 }
 
@@ -38,11 +51,10 @@ const Text* Node::Value() const {
     if (!value.empty()) return &value;
     if (!hasRecord) return nullptr;
     if (IsText()) {
-        m_answer2 = foreign ? Text() : doc->dict.Word(record.word);
+        m_answer2 = RecordText();
         return &m_answer2;
     }
-    if (children.size() == 1 && children[0]->hasRecord && children[0]->record.type == 3) return children[0]->Value();
-    return nullptr;
+    return HasOnlyText() ? children[0]->Value() : nullptr;
 }
 
 int Node::AttrCount() const {
@@ -114,15 +126,14 @@ void Node::StoreAttributes(Dict& dict) {
     if (!hasRecord) return;
     if (IsElement() && !attrs.empty()) {
         record.word = dict.Add(doc->dict.Word(record.word));
-        const Text ownText = foreign ? own : doc->dict.Word(record.own);
+        const Text ownText = OwnText();
         record.own = ownText.empty() ? kNoWord : dict.Add(ownText);
         for (const auto& pair : attrs) {
             const std::uint32_t key = dict.Add(pair.first, true);
             record.attrs.emplace_back(key, dict.Add(pair.second));
         }
-        std::stable_sort(record.attrs.begin(), record.attrs.end(), [&](const auto& a, const auto& b) {
-            return dict.Word(a.first) < dict.Word(b.first);
-        });
+        std::stable_sort(record.attrs.begin(), record.attrs.end(),
+                         [&](const auto& a, const auto& b) { return dict.Word(a.first) < dict.Word(b.first); });
         record.attrCount = static_cast<std::int32_t>(record.attrs.size());
     }
     attrs.clear();
@@ -179,7 +190,7 @@ void Node::StoreValue(Dict& dict) {
             child->record.word = doc->dict.Add(value);
             Append(child);
         }
-    } else if (children.size() == 1 && children[0]->hasRecord && children[0]->record.type == 3) {
+    } else if (HasOnlyText()) {
         children[0]->record.word = doc->dict.Add(value);
         children[0]->value.clear();
         children[0]->foreign = false;
@@ -187,6 +198,9 @@ void Node::StoreValue(Dict& dict) {
     value.clear();
 }
 
+// What adoption does, in the old document: all texts are held until the next rebuild. Beyond the description also what
+// no place is told for: a text that is empty, an element's own value. With `leaving` false it is the choice for nodes
+// that somebody holds while the dictionary goes: they show what they showed.
 void Node::Hold(bool leaving) {
     if (hasRecord) {
         for (const auto& entry : record.attrs) {
@@ -196,8 +210,8 @@ void Node::Hold(bool leaving) {
         record.attrCount = 0;
         if (name.empty() && (leaving || IsElement())) name = Text(*Name());
         if (!foreign) {
-            if (IsElement()) own = doc->dict.Word(record.own);
-            if (IsText() && value.empty()) value = doc->dict.Word(record.word);
+            if (IsElement()) own = OwnText();
+            if (IsText() && value.empty()) value = RecordText();
             foreign = true;
         }
     }
@@ -254,7 +268,7 @@ Node* Node::CloneTo(Doc* target, bool deep) {
             copy->attrs.emplace_back(Folded(doc->dict.Word(entry.first)), doc->dict.Word(entry.second));
         }
         if (record.own < 0x80000000) {
-            copy->value = foreign ? own : doc->dict.Word(record.own);
+            copy->value = OwnText();
             copy->record.own = target->dict.Add(copy->value);
         }
     } else if (IsText()) {
@@ -356,7 +370,8 @@ bool Doc::Load(const Bytes& bytes, bool isFile) {
             return false;
         }
         Text word;
-        for (std::size_t i = 0; i < size; i += 2, at += 2) word += static_cast<char16_t>(bytes[at] | bytes[at + 1] << 8);
+        for (std::size_t i = 0; i < size; i += 2, at += 2)
+            word += static_cast<char16_t>(bytes[at] | bytes[at + 1] << 8);
         loaded.words.push_back(word);
     }
     HoldKept();
@@ -366,52 +381,34 @@ bool Doc::Load(const Bytes& bytes, bool isFile) {
     return true;
 }
 
-bool Doc::Rebuild(Node* node, Dict& fresh) {
+// Two choices beside the description: an own value is carried in every case, its word right behind the name's where no
+// attributes bring it in; and an element without a name gets no word rather than a wrong one.
+void Doc::Rebuild(Node* node, Dict& fresh) {
     node->LoadAttributes();
     const bool isElement = node->IsElement();
-    const bool nameless = isElement && (!node->Name() || node->Name()->empty());
-    const Text ownText = node->foreign ? node->own : dict.Word(node->record.own);
-    if (isElement && node->name.empty() && !node->foreign) node->name = dict.Word(node->record.word);
+    const bool hasAttrs = !node->attrs.empty();
+    const Text ownText = node->OwnText();
+    if (isElement && node->name.empty()) node->name = node->RecordText();
     if (node->hasRecord && node->value.empty()) {
-        if (isElement && node->children.size() == 1 && node->children[0]->hasRecord &&
-            node->children[0]->record.type == 3) {
-            node->value = Text(*node->children[0]->Value());
-        }
-        if (node->value.empty() && node->IsText() && !node->foreign) node->value = dict.Word(node->record.word);
+        if (isElement && node->HasOnlyText()) node->value = Text(*node->children[0]->Value());
+        if (node->value.empty() && node->IsText()) node->value = node->RecordText();
     }
+    node->StoreAttributes(fresh);
     if (isElement) {
-        const bool hasAttrs = !node->attrs.empty();
-        // The own value is carried in every case; without attributes its word follows the name's.
-        const auto storeOwn = [&] { node->record.own = ownText.empty() ? kNoWord : fresh.Add(ownText); };
-        if (hasAttrs) {
-            const std::uint32_t former = fresh.Add(dict.Word(node->record.word));
-            storeOwn();
-            const Record kept = node->record;
-            Dict& target = fresh;
-            for (const auto& pair : node->attrs) {
-                const std::uint32_t key = target.Add(pair.first, true);
-                node->record.attrs.emplace_back(key, target.Add(pair.second));
-            }
-            std::stable_sort(node->record.attrs.begin(), node->record.attrs.end(), [&](const auto& a, const auto& b) {
-                return target.Word(a.first) < target.Word(b.first);
-            });
-            node->record.attrCount = static_cast<std::int32_t>(node->record.attrs.size());
-            node->attrs.clear();
-            node->record.word = node->foreign ? kNoWord : former;
+        if (!node->name.empty()) {
+            node->record.word = fresh.Add(node->name);
+        } else if (node->foreign || !hasAttrs) {
+            node->record.word = kNoWord;
         }
-        if (!node->name.empty()) node->record.word = fresh.Add(node->name);
-        if (nameless && !hasAttrs) node->record.word = kNoWord;
-        if (!hasAttrs) storeOwn();
+        if (!hasAttrs) node->record.own = ownText.empty() ? kNoWord : fresh.Add(ownText);
     }
     if (node->hasRecord) {
         node->name.clear();
-        node->attrs.clear();
         node->foreign = false;
         node->own.clear();
-        node->StoreValue(fresh);
     }
+    node->StoreValue(fresh);
     for (Node* child : node->children) Rebuild(child, fresh);
-    return true;
 }
 
 // What reads as the empty text stays empty, although storing values during a rebuild adds words.
@@ -472,8 +469,8 @@ Bytes Doc::Save() {
     return out;
 }
 
-std::unique_ptr<Doc> Doc::Clone() {
-    auto copy = std::make_unique<Doc>(nodes);
+std::shared_ptr<Doc> Doc::Clone() {
+    auto copy = std::make_shared<Doc>(nodes);
     copy->dict = dict;
     if (root) {
         copy->root = root->CloneTo(copy.get(), true);
@@ -509,7 +506,8 @@ bool Equal(Node* a, Node* b, bool deep) {
         if (!same(pairA.first, pairB.first) || !same(pairA.second, pairB.second)) return false;
     }
     for (int i = 0; deep && i < a->ChildCount(); ++i) {
-        if (!Equal(a->children[static_cast<std::size_t>(i)], b->children[static_cast<std::size_t>(i)], true)) return false;
+        if (!Equal(a->children[static_cast<std::size_t>(i)], b->children[static_cast<std::size_t>(i)], true))
+            return false;
     }
     return true;
 }

@@ -46,7 +46,7 @@ struct Node {
     Record record;
     Text name, value;
     std::vector<std::pair<Text, Text>> attrs;
-    bool foreign = false;  // the record's words belong to another dictionary
+    bool foreign = false;  // the record's words are those of another dictionary: texts are held
     Text own;              // then: the own value
     int held = 0;          // references of the test
 
@@ -76,6 +76,9 @@ struct Node {
     void Adopt(Doc* target);
     Node* CloneTo(Doc* target, bool deep);
     bool IsRoot() const;
+    Text RecordText() const;
+    Text OwnText() const;
+    bool HasOnlyText() const;
 
 private:
     mutable Text m_answer;  // keeps what Name and Value point at
@@ -98,13 +101,13 @@ struct Doc {
     bool Load(const Bytes& bytes, bool isFile);
     void Compact();
     Bytes Save();
-    std::unique_ptr<Doc> Clone();
+    std::shared_ptr<Doc> Clone();
     void Die();
     /// A reference to a node is given up: destroys what hangs on nothing.
     static void LetGo(Node* node);
 
 private:
-    bool Rebuild(Node* node, Dict& fresh);
+    void Rebuild(Node* node, Dict& fresh);
     void ForgetIndexesPastTheEnd(Node* node);
     void Write(const Node* node, Bytes& out) const;
     void HoldKept();

@@ -65,6 +65,8 @@ TEST(ScriptNumber, LeadingNumber) {
         {WTEXT("0e99999999999999999999999"), 0},
         {WTEXT("0x.") + Text(1'000, '0') + WTEXT("1p4004"), 1},
         {WTEXT("0x.") + Text(1'000, '0') + WTEXT("1p100"), 0},
+        {WTEXT("0x1") + Text(400, '0') + WTEXT("p-500"), kInfinity},
+        {WTEXT("0x.") + Text(400, '0') + WTEXT("1p500"), 0},
         {WTEXT("0x1p+-5"), 1},
         {WTEXT("0xinf"), 0},
     };

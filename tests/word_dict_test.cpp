@@ -3,6 +3,7 @@
 #include <map>
 #include <random>
 
+#include "failing_new.h"
 #include "model/ordered_list.h"
 #include "model/text_hash.h"
 #include "model/word_dict.h"
@@ -102,6 +103,28 @@ TEST_F(WordDict, WordsMadeToCollideAreStillFound) {
     }
 }
 
+TEST_F(WordDict, WordsThatFindNoMemoryDoNotFillTheIndex) {
+    if (!CFailingNew::kWorks) GTEST_SKIP();
+    // With 32 words the index is full of what it may hold; of the words' own memory one part has grown ahead.
+    std::vector<Text> texts = {Text(60, WCHAR('x'))};
+    while (texts.size() < 100) texts.push_back(Text(1, static_cast<WCHAR>('0' + texts.size())));
+    for (std::size_t i = 0; i < 32; ++i) m_words.AddWord(texts[i], false);
+    int failures = 0;
+    {
+        const CFailingNew failing(1);
+        for (const Text& text : texts) {
+            try {
+                m_words.AddWord(text, false);
+            } catch (const std::bad_alloc&) {
+                ++failures;
+            }
+        }
+    }
+    EXPECT_EQ(failures, 68);
+    for (const Text& text : texts) EXPECT_EQ(m_words.GetWordView(m_words.AddWord(text, false)), text);
+    EXPECT_EQ(m_words.GetWordCount(), texts.size());
+}
+
 TEST_F(WordDict, AgreesWithAMapOverManyWords) {
     std::map<std::u16string, std::uint32_t> plain;
     std::mt19937 random(11);
@@ -138,7 +161,9 @@ TEST(OrderedList, AgreesWithAVector) {
                 list.Append(items.back().get());
                 plain.push_back(items.back().get());
             } else {
-                const std::size_t place = round % 3 == 0 ? 0 : round % 3 == 1 ? plain.size() - 1 : random() % plain.size();
+                const std::size_t place = round % 3 == 0   ? 0
+                                          : round % 3 == 1 ? plain.size() - 1
+                                                           : random() % plain.size();
                 list.Remove(plain[place]);
                 plain.erase(plain.begin() + static_cast<std::ptrdiff_t>(place));
             }

@@ -1,5 +1,6 @@
 #include "export/kest_c2xml.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -53,7 +54,7 @@ private:
 };
 
 void CElementBuilder::Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t depth) {
-    Open(parent, CComRef<IBinNode>::Share(node), depth);
+    Open(parent, CComRef<IBinNode>::Share(node), std::max(depth, 0));
     while (!m_path.empty()) {
         try {
             Advance();
@@ -158,7 +159,7 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
             CheckCom(made->QueryInterface(IID_IXMLDOMDocument2, &asked));
             document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(asked));
         }
-        BuildElement(&document.Need(), nullptr, root, 0);
+        CElementBuilder(document.Need()).Build(nullptr, root, 0);
         const CVariant target{TextView(path)};
         CheckCom(document->save(target.Get()));
         return true;
@@ -168,6 +169,7 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
 }
 
 void CKestC2XML::BuildElement(IXMLDOMDocument2* document, IXMLDOMNode* parent, IBinNode* node,
-                              std::int32_t depth) noexcept {
+                              std::int32_t depth) noexcept try {
     if (document) CElementBuilder(*document).Build(parent, node, depth);
+} catch (...) {  // no memory to begin with
 }

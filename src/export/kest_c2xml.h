@@ -7,8 +7,8 @@
 // level; so does the end of an element with children, unless a text was set as its content.
 //
 // What fails (a name or a text that XML cannot hold, memory that runs out) cuts the element concerned short: it keeps
-// what it had by then, and its siblings follow. Needs memory for the tree's depth beside the DOM's tree, no native
-// stack.
+// what it had by then, and its siblings follow. Needs memory for the tree's depth beside the DOM's, no native stack.
+// The time is that of all texts met, those that another one replaces included.
 #pragma once
 
 #include <cstdint>

@@ -17,26 +17,19 @@ ULONG CAttrPair::AddRef() {
 
 ULONG CAttrPair::Release() {
     if (--m_refs > 0) return m_refs;
-    CBinaryDocument* document = Document();
     CNodeSlab* slab = CNodeSlab::Of(m_element);
-    if (document) {
-        document->Pairs().Recycle(this);
+    m_isOfGuest ? slab->Unhold() : slab->Unkeep();
+    if (m_document) {
+        m_document->Pairs().Recycle(this);
     } else {
         delete this;
     }
-    slab->Unkeep();
     return 0;
 }
 
-// Null when the element or the document is gone.
-CBinaryDocument* CAttrPair::Document() const {
-    return m_element->Serial() == m_serial ? m_element->Document() : nullptr;
-}
-
 const WCHAR* CAttrPair::TextOf(std::int32_t word, const CHeldText& held) const {
-    CBinaryDocument* document = Document();
-    if (!document) return nullptr;
-    return m_isHeld ? held.Get() : document->Words().GetWordOrNull(word);
+    if (!m_document) return nullptr;
+    return m_isHeld ? held.Get() : m_document->Words().GetWordOrNull(word);
 }
 
 const WCHAR* CAttrPair::GetName() {
@@ -48,10 +41,12 @@ const WCHAR* CAttrPair::GetValue() {
 }
 
 bool CAttrPair::SetValue(const WCHAR* text) {
-    return Document() && m_element->SetAttribute(GetName(), text);
+    const bool isElementThere = m_element->Serial() == m_serial;
+    return m_document && isElementThere && m_element->SetAttribute(GetName(), text);
 }
 
 CAttrPairPool::~CAttrPairPool() {
+    for (CAttrPair* pair = m_pairs; pair; pair = pair->m_next) pair->m_document = nullptr;
     while (m_freeCount > 0) delete m_free[--m_freeCount];
 }
 
@@ -60,7 +55,14 @@ CAttrPair* CAttrPairPool::Take(CBinNode* element) {
     pair->m_refs = 1;
     pair->m_element = element;
     pair->m_serial = element->Serial();
-    CNodeSlab::Of(element)->Keep();
+    pair->m_isOfGuest = element->IsGuest();
+    CNodeSlab* slab = CNodeSlab::Of(element);
+    pair->m_isOfGuest ? slab->Hold() : slab->Keep();
+    pair->m_document = m_document;
+    pair->m_previous = nullptr;
+    pair->m_next = m_pairs;
+    if (m_pairs) m_pairs->m_previous = pair;
+    m_pairs = pair;
     return pair;
 }
 
@@ -83,6 +85,8 @@ CAttrPair* CAttrPairPool::Make(CBinNode* element, const CPendingAttr& attr) {
 }
 
 void CAttrPairPool::Recycle(CAttrPair* pair) {
+    (pair->m_previous ? pair->m_previous->m_next : m_pairs) = pair->m_next;
+    if (pair->m_next) pair->m_next->m_previous = pair->m_previous;
     if (m_freeCount == kMostFree) {
         delete pair;
         return;

@@ -1,8 +1,10 @@
-// A view of one attribute, as it stood when the pair was made: over a record entry by its word indexes, or over a pending
-// attribute by copies of its texts.
+// A view of one attribute, as it stood when the pair was made: over a record entry by its word indexes, or over a
+// pending attribute by copies of its texts.
 //
-// A pair holds no reference on its element, but keeps the element's memory, so it can tell when the element or the
-// document is gone; it then answers null and false. A document keeps the memory of released pairs for the next ones.
+// A pair holds no reference on its element or its document. It keeps the element's memory, so it can tell when the
+// element is gone, and stands in its document's list of pairs, so it is told when the document goes; it then answers null
+// and false. A pair belongs to the document that its element was in when it was made, and reads that document's words
+// even when the element has moved. A document keeps the memory of released pairs for the next ones.
 #pragma once
 
 #include <cstdint>
@@ -28,15 +30,18 @@ private:
 
     CAttrPair() = default;
 
-    CBinaryDocument* Document() const;
     const WCHAR* TextOf(std::int32_t word, const CHeldText& held) const;
 
     std::uint32_t m_refs = 0;
     std::uint32_t m_serial = 0;  // of the element's cell when the pair was made
     std::int32_t m_nameWord = 0;
     std::int32_t m_valueWord = 0;
-    bool m_isHeld = false;       // from a pending attribute
+    bool m_isHeld = false;  // from a pending attribute
+    bool m_isOfGuest = false;  // the element was a guest already: its slab is held for the pair, not kept
     CBinNode* m_element = nullptr;
+    CBinaryDocument* m_document = nullptr;  // null once it is gone
+    CAttrPair* m_previous = nullptr;        // in the document's list of pairs
+    CAttrPair* m_next = nullptr;
     CHeldText m_name;
     CHeldText m_value;
 };
@@ -44,7 +49,7 @@ private:
 /// Makes a document's pairs. Pairs may outlive it.
 class CAttrPairPool {
 public:
-    CAttrPairPool() = default;
+    explicit CAttrPairPool(CBinaryDocument* document) : m_document(document) {}
     CAttrPairPool(const CAttrPairPool&) = delete;
     CAttrPairPool& operator=(const CAttrPairPool&) = delete;
     ~CAttrPairPool();
@@ -58,6 +63,9 @@ public:
 
 private:
     CAttrPair* Take(CBinNode* element);
+
+    CBinaryDocument* m_document;
+    CAttrPair* m_pairs = nullptr;  // all that are not released
 
     // A host that walks attributes holds one pair, or a few.
     static constexpr std::size_t kMostFree = 16;

@@ -6,8 +6,8 @@
 #include "model/attr_list.h"
 #include "model/layout.h"
 
-/// The table of an element record as a pending list: names in lower case; an entry whose name stands in the list already
-/// gives that entry its value.
+/// The table of an element record as a pending list: names in lower case; an entry whose name stands in the list
+/// already gives that entry its value.
 inline std::unique_ptr<CAttrList> LoadAttrList(const unsigned char* element, const CWordDict& words) {
     auto attrs = std::make_unique<CAttrList>();
     for (std::uint32_t i = 0; i < AttrCountOf(element); ++i) {

@@ -33,10 +33,7 @@ CBinaryDocument::~CBinaryDocument() {
         node->m_parent = nullptr;
         node->m_record = nullptr;
         node->m_links = links::kGone;
-        if (node->Slab()->document != this) {  // taken over from another document
-            if (node->m_refs == 0) CNodePool::Free(node);
-            node->Slab()->Unkeep();
-        }
+        if (node->IsGuest() && node->m_refs == 0) CNodePool::Free(node);
     }
     m_root = nullptr;
 }
@@ -109,7 +106,13 @@ void CBinaryDocument::Clone(IBinDocument** out) {
 }
 
 void CBinaryDocument::ClearDictionary() {
-    m_words.Clear();
+    ReplaceWords(CWordDict());
+}
+
+// The words that records name are other ones now.
+void CBinaryDocument::ReplaceWords(CWordDict&& words) {
+    m_words = std::move(words);
+    for (CNodeState* state = m_states; state; state = state->next) state->isStored = false;
 }
 
 void CBinaryDocument::GiveUpRoot() {
@@ -119,6 +122,7 @@ void CBinaryDocument::GiveUpRoot() {
 }
 
 CBinNode* CBinaryDocument::NewNode() {
+    MakeRoomForDetached();
     CBinNode* node = m_pool.Allocate(1);
     node->AddRef();
     ListDetached(node);
@@ -217,6 +221,7 @@ void CBinaryDocument::Compact() {
 
 // Nodes that hang on nothing keep what they show, although the words that they refer to may go.
 void CBinaryDocument::HoldDetachedNodes() {
+    if (!m_isDetachedWhole) ListMissingDetached();
     for (CBinNode* node : m_detached) node->HoldSubtree();
 }
 
@@ -228,11 +233,30 @@ void CBinaryDocument::Replace(CWordDict&& words, CRecordTree&& tree) {
 
 void CBinaryDocument::ListDetached(CBinNode* node) {
     try {
+        MakeRoomForDetached();
         m_detached.push_back(node);
         node->m_slot = static_cast<std::uint32_t>(m_detached.size() - 1);
     } catch (const std::bad_alloc&) {
         node->m_slot = kNotListed;
+        m_isDetachedWhole = false;
     }
+}
+
+void CBinaryDocument::MakeRoomForDetached() {
+    if (m_detached.size() == m_detached.capacity()) m_detached.reserve(m_detached.size() * 2 + 8);
+}
+
+void CBinaryDocument::ListMissingDetached() {
+    const auto list = [this](CBinNode* node) {
+        if (node->IsAttached() || node->m_slot != kNotListed) return;
+        MakeRoomForDetached();
+        ListDetached(node);
+    };
+    m_pool.ForEachHeld(list);
+    for (CNodeState* state = m_states; state; state = state->next) {
+        if (state->node->IsGuest() && state->node->m_refs > 0) list(state->node);
+    }
+    m_isDetachedWhole = true;
 }
 
 void CBinaryDocument::UnlistDetached(CBinNode* node) {
@@ -264,12 +288,8 @@ void CBinaryDocument::DestroySubtree(CBinNode* top) {
 }
 
 void CBinaryDocument::DestroyNode(CBinNode* node) {
-    CNodeSlab* slab = node->Slab();
-    const bool isFromElsewhere = slab->document != this;
     delete node->State();
-    node->m_links = 0;
     CNodePool::Free(node);
-    if (isFromElsewhere) slab->Unkeep();
 }
 
 void CBinaryDocument::AddState(CNodeState* state) {

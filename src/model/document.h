@@ -52,7 +52,7 @@ public:
     CBinNode* NewNode();
 
     /// Brings every pending edit into the records and makes a dictionary of exactly the texts that the tree uses.
-    /// Throws std::bad_alloc, and then nothing has changed.
+    /// Throws std::bad_alloc, and then every node shows what it showed.
     void Compact();
     /// Puts a rebuilt dictionary and tree in place of the present ones.
     void Replace(CWordDict&& words, CRecordTree&& tree);
@@ -61,9 +61,11 @@ public:
     void LeaveBlock() { m_isBlockCurrent = false; }
     bool IsBlockCurrent() const { return m_isBlockCurrent; }
 
-    /// Nodes that somebody holds and that hang on nothing.
+    /// Nodes that somebody holds and that hang on nothing. After MakeRoomForDetached, which throws std::bad_alloc, one
+    /// more is listed for certain; otherwise, without memory, it is looked for when the list is needed.
     void ListDetached(CBinNode* node);
     void UnlistDetached(CBinNode* node);
+    void MakeRoomForDetached();
 
     /// Destroys a detached node that nobody holds, with all below it that nobody holds; what is held is detached.
     void DestroySubtree(CBinNode* top);
@@ -77,11 +79,12 @@ private:
     CBinaryDocument() = default;
     ~CBinaryDocument();
 
-    bool ReadFile(const WCHAR* path, CWordDict& formerWords);
+    bool ReadFile(const WCHAR* path, CWordDict& words, CRecordTree& tree);
     void AdoptTree(CRecordTree&& tree, CWordDict&& words);
     void HoldKeptNodes();
-    bool HasKeptNodes() const;
     void HoldDetachedNodes();
+    void ListMissingDetached();
+    void ReplaceWords(CWordDict&& words);
 
     static constexpr std::size_t kPathUnits = 260;
 
@@ -96,7 +99,8 @@ private:
     std::int64_t m_fileSize = 0;  // of the last file that LoadFromFile has opened
     CRecordTree m_tree;           // records of all nodes that have none of their own
     CNodePool m_pool{this};
-    CAttrPairPool m_pairs;
+    CAttrPairPool m_pairs{this};
     CNodeState* m_states = nullptr;
     std::vector<CBinNode*> m_detached;
+    bool m_isDetachedWhole = true;  // false when there was no memory to list a node
 };

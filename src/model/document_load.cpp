@@ -64,15 +64,21 @@ bool CBinaryDocument::LoadFromFile(const WCHAR* path) {
         m_path[0] = 0;
     }
     try {
-        CWordDict formerWords;
-        std::swap(m_words, formerWords);
-        return ReadFile(path, formerWords);
+        CWordDict words;
+        CRecordTree tree;
+        if (!ReadFile(path, words, tree)) {
+            ReplaceWords(std::move(words));
+            return false;
+        }
+        AdoptTree(std::move(tree), std::move(words));
+        return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
-bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& formerWords) {
+// False leaves in `words` those before the place that is broken.
+bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& words, CRecordTree& tree) {
     CInputFile file;
     if (!file.Open(path)) return false;
     const std::int64_t size = file.Size();
@@ -80,20 +86,10 @@ bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& formerWords) {
     m_fileSize = size;
     if (size == 0 || size > kMostFileBytes) return false;
     const std::size_t byteCount = static_cast<std::size_t>(size);
-    const SharedBytes block = NewBlock(byteCount);
-    if (file.Read(block.get(), byteCount) != size) return false;
-
-    CWordDict words;
-    CRecordTree tree;
-    tree.bytes = block;
-    const std::size_t recordsOffset = words.TakeBlock(block, byteCount, static_cast<std::uint64_t>(size));
-    if (recordsOffset == 0 || !ScanRecords(block.get(), recordsOffset, byteCount, tree)) {
-        m_words = std::move(words);
-        return false;
-    }
-    m_words = std::move(formerWords);
-    AdoptTree(std::move(tree), std::move(words));
-    return true;
+    tree.bytes = NewBlock(byteCount);
+    if (file.Read(tree.bytes.get(), byteCount) != size) return false;
+    const std::size_t recordsOffset = words.TakeBlock(tree.bytes, byteCount, static_cast<std::uint64_t>(size));
+    return recordsOffset > 0 && ScanRecords(tree.bytes.get(), recordsOffset, byteCount, tree);
 }
 
 bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
@@ -111,7 +107,7 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
         std::memcpy(tree.bytes.get(), bytes, byteCount);
         words.TakeBlock(tree.bytes, byteCount, byteLimit);
         if (!isWhole) {
-            m_words = std::move(words);
+            ReplaceWords(std::move(words));
             return false;
         }
         AdoptTree(std::move(tree), std::move(words));
@@ -122,6 +118,7 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
 }
 
 void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
+    m_pool.Retire();
     CBinNode* root = m_pool.Allocate(1);
     try {
         HoldKeptNodes();
@@ -136,6 +133,7 @@ void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
         former->LetGo();
     }
     m_root = root;
+    m_pool.Sweep();
     Replace(std::move(words), std::move(tree));
     if (m_tree.IsEmpty()) return;
     root->m_record = m_tree.bytes.get() + m_tree.begin;
@@ -145,22 +143,15 @@ void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
 // What somebody holds of the tree that is about to go keeps showing what it showed.
 void CBinaryDocument::HoldKeptNodes() {
     HoldDetachedNodes();
-    if (!m_root || !HasKeptNodes()) return;
     for (CBinNode* node = m_root; node;) {
-        if (node->m_refs > 0) {
-            node->HoldSubtree();
-            node = node->NextMadeBehind(m_root);
-        } else {
+        if (node->m_refs == 0) {
             node = node->NextMadeInPreOrder(m_root);
+            continue;
         }
+        // Even if the tree stays after all: attributes that are held as texts are only saved by a rebuild.
+        const bool wasModified = std::exchange(m_modified, true);
+        node->HoldSubtree();
+        m_modified = wasModified;
+        node = node->NextMadeBehind(m_root);
     }
-}
-
-bool CBinaryDocument::HasKeptNodes() const {
-    if (m_pool.HasKeptNodes()) return true;
-    // Nodes taken over from other documents lie in their pools, but have a state here.
-    for (const CNodeState* state = m_states; state; state = state->next) {
-        if (state->node->m_refs > 0) return true;
-    }
-    return false;
 }

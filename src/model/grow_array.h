@@ -41,7 +41,6 @@ public:
     const T* begin() const { return m_data; }
     const T* end() const { return m_data + m_size; }
     T& Back() { return m_data[m_size - 1]; }
-    std::size_t CapacityBytes() const { return m_capacity * sizeof(T); }
 
     void Clear() { m_size = 0; }
     void Truncate(std::size_t size) { m_size = size; }
@@ -56,9 +55,15 @@ public:
         if (count > m_capacity - m_size) Grow(count);
     }
 
-    /// Gives back what is reserved beyond the elements, where that is worth a move.
+    /// Gives back what is reserved beyond the elements, if the allocator can.
     void ShrinkToFit() {
-        if (m_capacity - m_size > m_size / 8 && m_size > 0) Reallocate(m_size);
+        if (m_size == m_capacity) return;
+        if (m_size == 0) {
+            std::free(Release());
+        } else if (void* data = std::realloc(static_cast<void*>(m_data), m_size * sizeof(T))) {
+            m_data = static_cast<T*>(data);
+            m_capacity = m_size;
+        }
     }
 
     /// Hands the memory over; the caller frees it with std::free.

@@ -16,8 +16,17 @@ CNodeState::~CNodeState() {
 
 CNodeSlab* CBinNode::Slab() const {
     // The slab's header lies before its first cell.
-    CBinNode* first = const_cast<CBinNode*>(this) - m_cell;
+    CBinNode* first = const_cast<CBinNode*>(this) - (m_cell & ~kGuest);
     return reinterpret_cast<CNodeSlab*>(first) - 1;
+}
+
+// A node held from outside keeps its slab; a guest holds it anyway.
+void CBinNode::Keep() {
+    if (!IsGuest()) Slab()->Keep();
+}
+
+void CBinNode::Unkeep() {
+    if (!IsGuest()) Slab()->Unkeep();
 }
 
 CNodeState* CBinNode::State() const {
@@ -26,9 +35,12 @@ CNodeState* CBinNode::State() const {
 
 CBinaryDocument* CBinNode::Document() const {
     switch (m_links & links::kKindMask) {
-        case links::kState: return links::Pointer<CNodeState>(m_links)->document;
-        case links::kGone: return nullptr;
-        default: return Slab()->document;
+        case links::kState:
+            return links::Pointer<CNodeState>(m_links)->document;
+        case links::kGone:
+            return nullptr;
+        default:
+            return Slab()->document;
     }
 }
 
@@ -61,7 +73,7 @@ HRESULT CBinNode::QueryInterface(const IID& iid, void** out) {
 }
 
 ULONG CBinNode::AddRef() {
-    if (m_refs++ == 0) Slab()->Keep();
+    if (m_refs++ == 0) Keep();
     return m_refs + (IsAttached() ? 1 : 0);
 }
 
@@ -70,13 +82,11 @@ ULONG CBinNode::Release() {
     const bool isAttached = IsAttached();
     if (--m_refs > 0) return m_refs + (isAttached ? 1 : 0);
     CBinaryDocument* document = Document();
-    if (!document) {
-        CNodeSlab* slab = Slab();
-        CNodePool::Free(this);
-        slab->Unkeep();
+    if (!document) {  // only the memory is left
+        IsGuest() ? Slab()->Unhold() : Slab()->Unkeep();
         return 0;
     }
-    Slab()->Unkeep();
+    Unkeep();
     if (isAttached) return 1;
     document->UnlistDetached(this);
     document->DestroySubtree(this);
@@ -146,9 +156,10 @@ void CBinNode::GetParent(IBinNode** out) {
 }
 
 void CBinNode::GetChild(std::int32_t index, IBinNode** out) {
-    if (!out || !Document() || !IsElement(m_record)) return;
+    if (!out) return;
+    if (Document() && !IsElement(m_record)) return;
     *out = nullptr;
-    if (index < 0 || static_cast<std::uint32_t>(index) >= ListCount()) return;
+    if (!Document() || index < 0 || static_cast<std::uint32_t>(index) >= ListCount()) return;
     try {
         MakeChildren();
     } catch (const std::bad_alloc&) {
@@ -158,7 +169,7 @@ void CBinNode::GetChild(std::int32_t index, IBinNode** out) {
     CBinNode* child = (word & links::kKindMask) == links::kList
                           ? links::Pointer<CChildList>(word)->At(static_cast<std::uint32_t>(index))
                           : links::Pointer<CBinNode>(word) + index;
-    if (child->m_refs++ == 0) child->Slab()->Keep();
+    if (child->m_refs++ == 0) child->Keep();
     *out = child;
 }
 
@@ -179,7 +190,8 @@ bool CBinNode::HasUnmadeChildren() const {
 std::uint32_t CBinNode::WrittenChildCount() const {
     if (!HasMadeChildren()) return 0;
     std::uint32_t count = 0;
-    for (const CBinNode* child = FirstMadeChild(); child; child = NextMadeChild(child)) count += child->m_record ? 1 : 0;
+    for (const CBinNode* child = FirstMadeChild(); child; child = NextMadeChild(child))
+        count += child->m_record ? 1 : 0;
     return count;
 }
 
@@ -190,9 +202,12 @@ std::uint32_t CBinNode::UnmadeSpan() const {
 CBinNode* CBinNode::FirstMadeChild() const {
     const std::uintptr_t word = Links();
     switch (word & links::kKindMask) {
-        case links::kRun: return links::Pointer<CBinNode>(word);
-        case links::kList: return links::Pointer<CChildList>(word)->First();
-        default: return nullptr;
+        case links::kRun:
+            return links::Pointer<CBinNode>(word);
+        case links::kList:
+            return links::Pointer<CChildList>(word)->First();
+        default:
+            return nullptr;
     }
 }
 

@@ -2,13 +2,13 @@
 //
 // A node loaded from a file is 48 bytes and nothing else: its record lies in the document's block, and the nodes of an
 // element's children are made, side by side, when somebody first asks for one. What an edit needs beyond that is in a
-// CNodeState, which an unedited node does not have. The results of all operations are as if each node had its own copy of
-// its record and all children stood ready.
+// CNodeState, which an unedited node does not have. The results of all operations are as if each node had its own copy
+// of its record and all children stood ready.
 //
 // Lifetimes. m_refs counts references held outside the tree; a parent's hold on its child and a document's on its root
 // are one more, which AddRef and Release include in what they answer. A node lives while it is held either way. A node
-// whose last parent goes away while somebody holds it is detached; one whose document goes away is gone: every operation
-// answers null, 0 or false, and only its memory stays, until the last reference goes.
+// whose last parent goes away while somebody holds it is detached; one whose document goes away is gone: every
+// operation answers null, 0 or false, and only its memory stays, until the last reference goes.
 #pragma once
 
 #include <cstdint>
@@ -60,6 +60,8 @@ public:
     /// Edits and held texts; null for a node that has none.
     CNodeState* State() const;
     std::uint32_t Serial() const { return m_serial; }
+    /// True for a node that has ever moved into another document: see node_pool.h.
+    bool IsGuest() const { return (m_cell & kGuest) != 0; }
 
     /// Length of the child list, made or not.
     std::uint32_t ListCount() const;
@@ -120,6 +122,9 @@ private:
     };
 
     CNodeSlab* Slab() const;
+    void Keep();
+    void Unkeep();
+    void BecomeGuest();
     CNodeState& NeedState();
     std::uintptr_t& Links();
     std::uintptr_t Links() const;
@@ -134,6 +139,7 @@ private:
     const unsigned char* FindStored(TextView name) const;
     bool SetAttributeText(TextView name, TextView value);
     bool RemoveAttributeText(TextView name);
+    void SavePendingAttrs();
     CBinNode* OnlyTextChild();
     CBinNode* AppendNewText(std::uint32_t word);
 
@@ -147,13 +153,15 @@ private:
     void CopyElementTexts(CBinNode& copy);
     bool EqualsAlone(CBinNode& other);
 
+    static constexpr std::uint32_t kGuest = 0x80000000;
+
     std::uint32_t m_refs = 0;
-    std::uint32_t m_cell = 0;         // number of this node in its slab
-    CBinNode* m_parent = nullptr;     // of a free cell: the next free one
+    std::uint32_t m_cell = 0;      // number of this node in its slab; with kGuest, its document is not the slab's
+    CBinNode* m_parent = nullptr;  // of a free cell: the next free one
     unsigned char* m_record = nullptr;
-    std::uintptr_t m_links = 0;       // see node_state.h
-    std::uint32_t m_slot = 0;         // place in the parent's list, or in the document's list of detached nodes
-    std::uint32_t m_serial = 0;       // grows each time the cell is used anew
+    std::uintptr_t m_links = 0;  // see node_state.h
+    std::uint32_t m_slot = 0;    // place in the parent's list, or in the document's list of detached nodes
+    std::uint32_t m_serial = 0;  // grows each time the cell is used anew
 };
 
 static_assert(sizeof(void*) != 8 || sizeof(CBinNode) == 48);

@@ -13,6 +13,7 @@ void CBinNode::MarkModified() {
 }
 
 void CBinNode::SetOwnRecord(const unsigned char* bytes, std::size_t size) {
+    MakeChildren();  // unmade children are found behind the record in the block
     CNodeState& state = NeedState();
     if (size <= sizeof(state.smallRecord)) {
         std::memmove(state.smallRecord, bytes, size);
@@ -30,7 +31,6 @@ void CBinNode::SetOwnRecord(const unsigned char* bytes, std::size_t size) {
 unsigned char* CBinNode::NeedOwnRecord() {
     CNodeState& state = NeedState();
     if (m_record == state.smallRecord || m_record == state.largeRecord.get()) return m_record;
-    MakeChildren();  // unmade children are found behind the record in the block
     SetOwnRecord(m_record, static_cast<std::size_t>(GetRecordSize(m_record)));
     return m_record;
 }
@@ -65,6 +65,7 @@ bool CBinNode::SetAttribute(const WCHAR* name, const WCHAR* value) {
     try {
         return SetAttributeText(name, value);
     } catch (const std::bad_alloc&) {
+        SavePendingAttrs();
         return false;
     }
 }
@@ -94,8 +95,14 @@ bool CBinNode::RemoveAttribute(const WCHAR* name) {
     try {
         return RemoveAttributeText(name);
     } catch (const std::bad_alloc&) {
+        SavePendingAttrs();
         return false;
     }
+}
+
+// An edit that has failed half-way may leave all attributes pending, and only a rebuild saves those.
+void CBinNode::SavePendingAttrs() {
+    if (HasPendingAttrs()) MarkModified();
 }
 
 bool CBinNode::RemoveAttributeText(TextView name) {
@@ -173,8 +180,14 @@ bool CBinNode::SetValue(const WCHAR* text) {
             if (const WCHAR* current = GetValue()) state.value.Set(current);
         }
         if (state.value.Equals(text)) return true;
-        state.value.Set(text);
-        StoreValue();
+        CHeldText former(text);
+        std::swap(state.value, former);
+        try {
+            StoreValue();
+        } catch (...) {
+            state.value = std::move(former);
+            throw;
+        }
         MarkModified();
         return true;
     } catch (const std::bad_alloc&) {
@@ -206,7 +219,7 @@ void CBinNode::StoreValue() {
 void CBinNode::PassValueDown() {
     CNodeState& state = *State();
     CBinNode* child = ListCount() == 0 ? AppendNewText(kNoWord) : OnlyTextChild();
-    if (child) child->NeedState().value.Set(state.value.View());
+    if (child) child->NeedState().value = std::move(state.value);
     state.value.Clear();
 }
 

@@ -4,6 +4,7 @@
 
 #include "model/document.h"
 #include "model/node.h"
+#include "model/node_pool.h"
 #include "model/node_state.h"
 
 CChildList& CBinNode::NeedChildList() {
@@ -45,7 +46,11 @@ bool CBinNode::AppendChild(IBinNode** child) {
 bool CBinNode::AppendNode(CBinNode* child) {
     CBinaryDocument* document = Document();
     CBinaryDocument* formerDocument = child->Document();
-    if (formerDocument != document) child->HoldSubtree(true);
+    if (formerDocument != document) {
+        // Even if the node stays after all: attributes that are held as texts are only saved by a rebuild.
+        if (child->IsAttached()) formerDocument->SetModified(true);
+        child->HoldSubtree(true);
+    }
     if (child->m_parent) child->m_parent->PrepareList();
     PrepareList();
     CChildList& list = NeedChildList();
@@ -67,7 +72,6 @@ void CBinNode::Unhook() {
     CBinaryDocument* document = Document();
     if (m_parent) {
         TakeFromParent();
-        document->SetModified(true);
     } else if (document->Root() == this) {
         document->GiveUpRoot();
     } else {
@@ -90,6 +94,7 @@ bool CBinNode::RemoveFromParent() {
     if (!m_parent) return true;
     try {
         m_parent->PrepareList();
+        document->MakeRoomForDetached();
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -99,8 +104,8 @@ bool CBinNode::RemoveFromParent() {
     return true;
 }
 
-// True when `other` is an ancestor of this node. The way up and the subtree of `other` are searched in step, so the cost
-// is that of the smaller: building a deep tree from the top stays linear.
+// True when `other` is an ancestor of this node. The way up and the subtree of `other` are searched in step, so the
+// cost is that of the smaller: building a deep tree from the top stays linear.
 bool CBinNode::IsBelow(const CBinNode* other) const {
     const CBinNode* below = other;
     for (const CBinNode* above = m_parent; above; above = above->m_parent) {
@@ -152,15 +157,20 @@ void CBinNode::HoldSubtree(bool isLeaving) {
 // Every node of the subtree has a state: see HoldSubtree.
 void CBinNode::MoveInto(CBinaryDocument* document) {
     for (CBinNode* node = this; node; node = node->NextMadeInPreOrder(this)) {
-        CNodeSlab* slab = node->Slab();
         CNodeState* state = node->State();
-        CBinaryDocument* former = state->document;
-        former->RemoveState(state);
+        state->document->RemoveState(state);
         state->document = document;
         document->AddState(state);
-        if (slab->document == former) slab->Keep();
-        if (slab->document == document) slab->Unkeep();
+        if (!node->IsGuest()) node->BecomeGuest();
     }
+}
+
+void CBinNode::BecomeGuest() {
+    CNodeSlab* slab = Slab();
+    slab->Hold();
+    --slab->cellCount;
+    if (m_refs > 0) slab->Unkeep();
+    m_cell |= kGuest;
 }
 
 bool CBinNode::Clone(IBinNode** out, bool deep) {

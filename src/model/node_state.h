@@ -11,7 +11,7 @@
 // A node's m_links says where its children are. The low two bits tell the kind; the rest is a pointer or an index.
 namespace links {
 inline constexpr std::uintptr_t kKindMask = 3;
-inline constexpr std::uintptr_t kRun = 0;     // first of a run of nodes, as many as the record's child count; 0 for none
+inline constexpr std::uintptr_t kRun = 0;  // first of a run of nodes, as many as the record's child count; 0 for none
 inline constexpr std::uintptr_t kUnmade = 1;  // index of the element's span: children exist only as records
 inline constexpr std::uintptr_t kList = 2;    // CChildList, owned (in a state's links only)
 inline constexpr std::uintptr_t kState = 2;   // CNodeState, owned; its own links say where the children are
@@ -42,12 +42,12 @@ struct CNodeState {
     CNodeState* next = nullptr;
     std::uintptr_t links = 0;
 
-    CHeldText name;                      // edited name; empty when the record's is authoritative
-    CHeldText value;                     // pending value; empty when none is pending
-    CHeldText ownValue;                  // with holdsTexts: the text of the element's own value
-    bool holdsTexts = false;             // the record's word indexes belong to another dictionary: never read them
-    bool isStored = false;               // the attributes in the record are as StoreAttributes has left them
-    std::unique_ptr<CAttrList> attrs;    // pending attributes; null when there are none
+    CHeldText name;                    // edited name; empty when the record's is authoritative
+    CHeldText value;                   // pending value; empty when none is pending
+    CHeldText ownValue;                // with holdsTexts: the text of the element's own value
+    bool holdsTexts = false;           // the record's word indexes belong to another dictionary: never read them
+    bool isStored = false;             // the attributes in the record are as StoreAttributes has left them
+    std::unique_ptr<CAttrList> attrs;  // pending attributes; null when there are none
     std::unique_ptr<unsigned char[]> largeRecord;
     unsigned char smallRecord[kElementBytes] = {};  // an own record without attributes
 };

@@ -1,8 +1,8 @@
 // An ordered list of objects that know their own place in it, with removal anywhere and look-up by position both in
 // logarithmic time. The list owns nothing. An item has a field `m_slot`, written by the list only while it is in it.
 //
-// Items stand in slots. Removing one from the middle leaves a hole; the slots are closed up when half of them are holes.
-// While there are holes, counts per 64 slots, per 64 * 64 slots and so on lead from a position to its slot.
+// Items stand in slots. Removing one from the middle leaves a hole; the slots are closed up when half of them are
+// holes. While there are holes, counts per 64 slots, per 64 * 64 slots and so on lead from a position to its slot.
 #pragma once
 
 #include <cstddef>
@@ -37,19 +37,18 @@ public:
 
     void Reserve(std::size_t count) { m_slots.reserve(count); }
 
-    /// Makes sure that the next Append needs no memory.
+    /// Makes sure that the next Append does not fail, whatever is removed before it.
     void ReserveOne() {
         if (m_slots.size() == m_slots.capacity()) m_slots.reserve(m_slots.size() * 2 + 8);
-        if (!m_levels.empty()) CountSlot(m_slots.size(), 0);
     }
 
     /// Call ReserveOne first.
     void Append(Item* item) {
+        const std::size_t slot = m_slots.size();
         m_slots.push_back(item);
-        const std::size_t slot = m_slots.size() - 1;
-        if (!m_levels.empty()) CountSlot(slot, 1);
         item->m_slot = static_cast<std::uint32_t>(slot);
         ++m_count;
+        if (!m_levels.empty()) CountSlot(slot);
     }
 
     void Remove(Item* item) {
@@ -107,14 +106,18 @@ private:
         }
     }
 
-    void CountSlot(std::size_t slot, std::uint32_t amount) {
-        std::size_t block = slot / kFanOut;
-        for (std::vector<std::uint32_t>& counts : m_levels) {
-            if (block == counts.size()) counts.push_back(0);
-            counts[block] += amount;
-            block /= kFanOut;
+    void CountSlot(std::size_t slot) {
+        try {
+            std::size_t block = slot / kFanOut;
+            for (std::vector<std::uint32_t>& counts : m_levels) {
+                if (block == counts.size()) counts.push_back(0);
+                ++counts[block];
+                block /= kFanOut;
+            }
+            AddLevels();
+        } catch (...) {
+            CloseUp();
         }
-        AddLevels();
     }
 
     void AddLevels() {

@@ -77,8 +77,8 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
         }
     } else {
         const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
-        const std::uint32_t word = isHeld ? m_newWords.AddWord(state->value.View(), false)
-                                          : MapWord(ReadU32(record + kWordOffset));
+        const std::uint32_t word =
+            isHeld ? m_newWords.AddWord(state->value.View(), false) : MapWord(ReadU32(record + kWordOffset));
         WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
     }
     if (!isWritten) {
@@ -169,8 +169,8 @@ std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
     return attrs.Count();
 }
 
-// Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would change
-// nothing but the indexes. (Every table that this library has saved is so.)
+// Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would
+// change nothing but the indexes. (Every table that this library has saved is so.)
 bool CRebuild::IsTableCanonical(const unsigned char* record) {
     const WCHAR* previous = nullptr;
     for (std::uint32_t i = 0; i < AttrCountOf(record); ++i) {
@@ -237,12 +237,12 @@ void CRebuild::ClearEdits(CBinNode& node) {
     state->isStored = false;
 }
 
-// Edits are over: back to 48 bytes, unless the node lives in another document's pool or has a list of its own.
+// Edits are over: back to 48 bytes, unless the state names the node's document or its children.
 void CRebuild::DropIdleState(CBinNode& node) {
     CNodeState* state = node.State();
     if (!state || node.m_record == state->largeRecord.get()) return;
     state->largeRecord.reset();
-    if (node.Slab()->document != state->document || (state->links & links::kKindMask) == links::kList) return;
+    if (node.IsGuest() || (state->links & links::kKindMask) == links::kList) return;
     const std::uintptr_t word = state->links;
     delete state;
     node.m_links = word;

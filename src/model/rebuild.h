@@ -1,8 +1,9 @@
 // The rebuild of a document before it is saved: new records of the whole tree in one block, over a new dictionary that
 // holds exactly the texts the tree uses, in the order in which a pre-order walk first meets them.
 //
-// Everything is made beside the present tree and put in place at the end, so running out of memory changes nothing. Nodes
-// that exist go on existing; what was never made is carried over record by record, each distinct word being hashed once.
+// Everything is made beside the present tree and put in place at the end: when memory runs out, nothing has changed but
+// that a pending value may already stand in the text child that a rebuild makes of it. Nodes that exist go on existing;
+// what was never made is carried over record by record, each distinct word being hashed once.
 #pragma once
 
 #include <memory>
@@ -50,8 +51,8 @@ private:
     CBinaryDocument& m_document;
     CWordDict& m_oldWords;
     CWordDict m_newWords;
-    CGrowArray<std::uint32_t> m_wordMap;     // old index to new, kNoWord where not met yet
-    CGrowArray<unsigned char> m_isFolded;    // of each old word, once known: whether it is in lower case
+    CGrowArray<std::uint32_t> m_wordMap;   // old index to new, kNoWord where not met yet
+    CGrowArray<unsigned char> m_isFolded;  // of each old word, once known: whether it is in lower case
     CGrowArray<unsigned char> m_records;
     std::uint32_t m_spanCount = 0;
     CGrowArray<Placed> m_placed;

@@ -35,19 +35,14 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
     tree.shortElements.Clear();
     tree.unknownCount = 0;
     if (byteCount > kMostBytes) byteCount = kMostBytes;
+    // An element with a span and its first child take this much; what is reserved too much is never touched.
+    if (begin < byteCount) tree.spans.Reserve(static_cast<std::size_t>((byteCount - begin) / (kElementBytes + kTextBytes)) + 1);
 
     CGrowArray<OpenElement> open;
     std::uint64_t cursor = begin;
-    std::uint64_t pending = 0;  // children promised and not begun yet, over all open elements
-    bool hasMore = true;
-    const auto closeComplete = [&] {
-        while (!open.IsEmpty() && open.Back().remaining == 0) {
-            tree.spans[open.Back().span] = {static_cast<std::uint32_t>(cursor),
-                                            static_cast<std::uint32_t>(tree.spans.Size())};
-            open.Truncate(open.Size() - 1);
-        }
-    };
-    while (hasMore) {
+    std::uint32_t remaining = 0;  // of the innermost open element, whose own count is out of date
+    std::uint64_t pending = 0;    // children promised and not begun yet, over all open elements
+    while (true) {
         if (cursor >= byteCount) return false;
         const std::uint64_t rest = byteCount - cursor;
         const unsigned char* record = bytes + cursor;
@@ -55,29 +50,40 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
             if (rest < kTextBytes) return false;
             cursor += kTextBytes;
         } else if (IsElement(record)) {
-            if (rest < kElementBytes || rest < GetRecordSize(record)) return false;
+            if (rest < kElementBytes) return false;
+            const std::uint64_t size = GetRecordSize(record);
+            if (rest < size) return false;
             const std::uint32_t childCount = ChildCountOf(record);
             const std::uint32_t offset = static_cast<std::uint32_t>(cursor);
-            cursor += GetRecordSize(record);
+            cursor += size;
             if (childCount > 0) {
                 pending += childCount;
                 if (pending > byteCount - cursor) return false;
+                if (!open.IsEmpty()) open.Back().remaining = remaining;
+                remaining = childCount;
                 open.Append({offset, childCount, static_cast<std::uint32_t>(tree.spans.Size())});
                 tree.spans.Append({0, 0});
             }
         } else {
-            if (!open.IsEmpty()) NoteShortElements(bytes, open, tree);
+            if (!open.IsEmpty()) {
+                open.Back().remaining = remaining;
+                NoteShortElements(bytes, open, tree);
+            }
             for (OpenElement& element : open) element.remaining = 0;
-            closeComplete();
-            break;
+            remaining = 0;
         }
-        closeComplete();
-        hasMore = !open.IsEmpty();
-        if (hasMore) {
-            --open.Back().remaining;
-            --pending;
+        // Close what is complete.
+        while (remaining == 0 && !open.IsEmpty()) {
+            tree.spans[open.Back().span] = {static_cast<std::uint32_t>(cursor),
+                                            static_cast<std::uint32_t>(tree.spans.Size())};
+            open.Truncate(open.Size() - 1);
+            if (!open.IsEmpty()) remaining = open.Back().remaining;
         }
+        if (open.IsEmpty()) break;
+        --remaining;
+        --pending;
     }
+    tree.spans.ShrinkToFit();
     tree.begin = static_cast<std::uint32_t>(begin);
     tree.end = static_cast<std::uint32_t>(cursor);
     return true;

@@ -24,8 +24,9 @@ struct CRecordTree {
     std::uint32_t begin = 0;  // offset of the root's record
     std::uint32_t end = 0;    // offset behind the last record
     CGrowArray<Span> spans;
-    CGrowArray<ShortElement> shortElements;  // from the root down; empty unless a record was of unknown type
-    std::uint64_t unknownCount = 0;          // children without a record
+    CGrowArray<ShortElement>
+        shortElements;               // from the root down, so by offset; empty unless a record was of unknown type
+    std::uint64_t unknownCount = 0;  // children without a record
 
     bool IsEmpty() const { return begin == end; }
 };

@@ -22,9 +22,9 @@ inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
 }
 
 inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
-    constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;   // odd constants with evenly spread bits
+    constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;  // odd constants with evenly spread bits
     constexpr std::uint64_t kSecond = 0xC2B2AE3D27D4EB4F;
-    constexpr std::size_t kStep = 4;                       // code units in eight bytes
+    constexpr std::size_t kStep = 4;  // code units in eight bytes
     const WCHAR* units = text.data();
     std::size_t count = text.size();
     std::uint64_t state = seed ^ (count * kFirst);

@@ -1,5 +1,7 @@
 #include "model/tree_writer.h"
 
+#include <algorithm>
+
 #include "model/document.h"
 #include "model/layout.h"
 #include "platform/file.h"
@@ -9,12 +11,14 @@ namespace {
 // Records that lie in the document's block, as they stand but for the counts of short elements.
 void WriteSlice(COutputFile& file, const CRecordTree& tree, std::uint32_t begin, std::uint32_t end) {
     const unsigned char* bytes = tree.bytes.get();
-    for (const ShortElement& element : tree.shortElements) {
-        if (element.offset < begin || element.offset >= end) continue;
-        const std::uint32_t countOffset = element.offset + static_cast<std::uint32_t>(kChildCountOffset);
+    const ShortElement* element = std::lower_bound(
+        tree.shortElements.begin(), tree.shortElements.end(), begin,
+        [](const ShortElement& shortElement, std::uint32_t offset) { return shortElement.offset < offset; });
+    for (; element != tree.shortElements.end() && element->offset < end; ++element) {
+        const std::uint32_t countOffset = element->offset + static_cast<std::uint32_t>(kChildCountOffset);
         file.Write(bytes + begin, countOffset - begin);
-        file.Write(&element.writtenCount, sizeof(element.writtenCount));
-        begin = countOffset + static_cast<std::uint32_t>(sizeof(element.writtenCount));
+        file.Write(&element->writtenCount, sizeof(element->writtenCount));
+        begin = countOffset + static_cast<std::uint32_t>(sizeof(element->writtenCount));
     }
     file.Write(bytes + begin, end - begin);
 }

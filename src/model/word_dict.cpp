@@ -15,8 +15,8 @@ constexpr std::size_t kFirstSlotCount = 32;
 // Units in front of an arena word, where the file has the length field.
 constexpr std::size_t kLengthUnits = 2;
 
-// With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on purpose,
-// and the index is laid out anew under a seed that its maker cannot know.
+// With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on
+// purpose, and the index is laid out anew under a seed that its maker cannot know.
 constexpr std::size_t kSuspiciousRun = 1024;
 constexpr int kMostReseeds = 4;
 
@@ -24,7 +24,7 @@ constexpr int kMostReseeds = 4;
 
 TextView CWordDict::GetWordView(std::uint32_t index) const {
     const WCHAR* text = TextAt(index);
-    if (index < m_blockWordCount) return TextView(text);
+    if (index < m_blockWordCount) return ViewOf(text);
     const std::size_t end = index + 1 < m_offsets.Size() ? m_offsets[index + 1] - kLengthUnits : m_arena.Size() - 1;
     return TextView(text, end - m_offsets[index]);
 }
@@ -51,10 +51,12 @@ std::uint32_t CWordDict::AppendWord(TextView text) {
 }
 
 std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
-    if (m_slots.IsEmpty()) Rehash(kFirstSlotCount);
+    if (m_slots.IsEmpty()) Rehash(kFirstSlotCount, m_seed);
     const std::uint32_t hash = HashText(text, m_seed);
     if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
 
+    // Room for the entry first: a word that is in without one, for want of memory, would fill the index up in time.
+    if ((m_entryCount + 1) * 2 > m_slots.Size()) Rehash(m_slots.Size() * 2, m_seed);
     if (!fold || g_lower == 0) {
         const std::uint32_t index = AppendWord(text);
         Enter(hash, index);
@@ -97,31 +99,34 @@ void CWordDict::Enter(std::uint32_t hash, std::uint32_t value) {
     for (; m_slots[i].value != kNoWord; i = (i + 1) & mask) ++run;
     m_slots[i] = {hash, value};
     ++m_entryCount;
-    if (run > kSuspiciousRun && m_reseedCount < kMostReseeds) {
-        ++m_reseedCount;
+    if (run > kSuspiciousRun && m_reseedCount < kMostReseeds) Reseed();
+}
+
+// Without memory or random numbers the index stays as slow as it is.
+void CWordDict::Reseed() noexcept {
+    ++m_reseedCount;
+    try {
         std::random_device random;
-        m_seed = (static_cast<std::uint64_t>(random()) << 32) | random();
-        for (Slot& slot : m_slots) {
-            if (slot.value != kNoWord) slot.hash = HashText(SlotText(slot.value), m_seed);
-        }
-        Rehash(m_slots.Size());
-    } else if (m_entryCount * 2 > m_slots.Size()) {
-        Rehash(m_slots.Size() * 2);
+        const std::uint64_t high = random();
+        Rehash(m_slots.Size(), (high << 32) | random());
+    } catch (const std::exception&) {
     }
 }
 
-void CWordDict::Rehash(std::size_t slotCount) {
+void CWordDict::Rehash(std::size_t slotCount, std::uint64_t seed) {
     CGrowArray<Slot> slots;
     slots.Reserve(slotCount);
     slots.ExtendFilled(slotCount, 0xFF);
     const std::size_t mask = slotCount - 1;
     for (const Slot& slot : m_slots) {
         if (slot.value == kNoWord) continue;
-        std::size_t i = slot.hash & mask;
+        const std::uint32_t hash = seed == m_seed ? slot.hash : HashText(SlotText(slot.value), seed);
+        std::size_t i = hash & mask;
         while (slots[i].value != kNoWord) i = (i + 1) & mask;
-        slots[i] = slot;
+        slots[i] = {hash, slot.value};
     }
     m_slots.swap(slots);
+    m_seed = seed;
 }
 
 std::size_t CWordDict::TakeBlock(const SharedBytes& block, std::size_t byteCount, std::uint64_t byteLimit) {

@@ -1,9 +1,9 @@
 // The word dictionary: every text of a document once, in order; a word's position is its word index.
 //
-// Words lie in two runs. The first words of a loaded document stay where they are in the loaded block; all others follow
-// in an arena of this dictionary. Both have the layout of the file with a zero unit written over the first half of the
-// next word's length field, so a word is a zero-terminated text in place. A word's text stays valid until the next
-// AddWord, AppendWord, Clear or assignment. Memory exhaustion throws std::bad_alloc.
+// Words lie in two runs. The first words of a loaded document stay where they are in the loaded block; all others
+// follow in an arena of this dictionary. Both have the layout of the file with a zero unit written over the first half
+// of the next word's length field, so a word is a zero-terminated text in place. A word's text stays valid until the
+// next AddWord, AppendWord, Clear or assignment. Memory exhaustion throws std::bad_alloc.
 #pragma once
 
 #include <cstdint>
@@ -44,9 +44,7 @@ public:
     std::uint32_t GetWordCount() const { return static_cast<std::uint32_t>(m_offsets.Size()); }
 
     /// The word as nodes read it: the empty text past the end.
-    const WCHAR* GetWord(std::uint32_t index) const {
-        return index < m_offsets.Size() ? TextAt(index) : &kEmptyText;
-    }
+    const WCHAR* GetWord(std::uint32_t index) const { return index < m_offsets.Size() ? TextAt(index) : &kEmptyText; }
 
     /// The word as attribute pairs read it: null for a negative index or one past the end.
     const WCHAR* GetWordOrNull(std::int32_t index) const {
@@ -88,7 +86,8 @@ private:
     std::uint32_t* Find(TextView text, std::uint32_t hash);
     std::uint32_t Resolve(std::uint32_t value) const;
     void Enter(std::uint32_t hash, std::uint32_t value);
-    void Rehash(std::size_t slotCount);
+    void Rehash(std::size_t slotCount, std::uint64_t seed);
+    void Reseed() noexcept;
     void AppendOddWord(const unsigned char* bytes, std::size_t length);
 
     SharedBytes m_block;                  // keeps m_blockUnits alive
@@ -101,5 +100,5 @@ private:
     std::uint64_t m_seed = 0;
     int m_reseedCount = 0;
     std::vector<Alias> m_aliases;
-    Text m_scratch;                       // the folded text of the look-up in progress
+    Text m_scratch;  // the folded text of the look-up in progress
 };

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "parvel/types.h"
+#include "platform/text_length.h"
 
 using Text = std::basic_string<WCHAR>;
 using TextView = std::basic_string_view<WCHAR>;
@@ -19,16 +20,6 @@ using TextView = std::basic_string_view<WCHAR>;
 #else
 #define WTEXT(literal) u##literal
 #endif
-
-/// Number of code units before the terminating zero; `text` must not be null. Eight units per round take half the time of
-/// the standard library's loop.
-inline std::size_t TextLength(const WCHAR* text) {
-    for (const WCHAR* unit = text;; unit += 8) {
-        for (std::size_t i = 0; i < 8; ++i) {
-            if (unit[i] == 0) return static_cast<std::size_t>(unit - text) + i;
-        }
-    }
-}
 
 /// The text of a terminated string; null is the empty text.
 inline TextView ViewOf(const WCHAR* text) {

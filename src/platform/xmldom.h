@@ -84,7 +84,7 @@ struct IXMLDOMNode : IUnknown {
     virtual HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) = 0;
     /// Appends; `appended`, which may be null, gets the node once more.
     virtual HRESULT appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) = 0;
-    /// Replaces everything that an element holds by one text.
+    /// Replaces everything that an element holds by one text. Here only while the element can still get content.
     virtual HRESULT put_nodeTypedValue(VARIANT value) = 0;
 
 protected:
@@ -92,7 +92,7 @@ protected:
 };
 
 struct IXMLDOMElement : IXMLDOMNode {
-    /// Sets or adds; the value must be a VT_BSTR.
+    /// Sets or adds; the value must be a VT_BSTR. Here only on an appended element without content.
     virtual HRESULT setAttribute(BSTR name, VARIANT value) = 0;
 
 protected:

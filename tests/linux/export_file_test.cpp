@@ -12,6 +12,7 @@
 
 #include "dom_tree.h"
 #include "export_trees.h"
+#include "failing_new.h"
 #include "model/document.h"
 #include "platform/utf8.h"
 
@@ -201,6 +202,39 @@ TEST(ExportFiles, NodesOfOtherTypesAreLeftOut) {
     const CTestFolder folder;
     ASSERT_TRUE(document->ExportToXml(folder.Path("out.xml").c_str()));
     EXPECT_EQ(ReadText(folder.File("out.xml")), kDeclaration + std::string("<a>\r\n</a>"));
+}
+
+TEST(ExportFiles, WithoutMemoryAFileIsWellFormedOrNotThere) {
+    if (!CFailingNew::kWorks) GTEST_SKIP() << "allocations cannot be made to fail here";
+    const CTestFolder folder;
+    SmallTree tree = E(WTEXT("root"));
+    for (int i = 0; i < 300; ++i) {
+        const Text name = Text(WTEXT("name")) + static_cast<WCHAR>('A' + i % 26) +
+                          Text(static_cast<std::size_t>(i / 26), WCHAR('x'));
+        tree.children.push_back(E(name, {T(Text(400, WCHAR('t')))}, {{WTEXT("k"), WTEXT("v")}}));
+    }
+    const auto document = LoadTree(tree);
+    ASSERT_TRUE(document->ExportToXml(folder.Path("whole.xml").c_str()));
+    const std::string whole = ReadText(folder.File("whole.xml"));
+    const Text part = folder.Path("part.xml");
+    int refused = 0;
+    bool hasFailed = true;
+    for (int successes = 0; hasFailed; ++successes) {
+        bool isDone = false;
+        {
+            const CFailingNew failing(successes);
+            isDone = document->ExportToXml(part.c_str());
+            hasFailed = failing.HasFailed();
+        }
+        if (!isDone) ++refused;
+        ASSERT_EQ(std::filesystem::exists(folder.File("part.xml")), isDone) << successes;
+        // A text that could not be copied has cut its element short, and nothing else.
+        const std::string file = isDone ? ReadText(folder.File("part.xml")) : std::string();
+        ASSERT_EQ(isDone ? ByExpat(file).substr(0, 6) : "<root>", "<root>") << successes;
+        ASSERT_EQ(hasFailed ? whole : file, whole);
+        std::filesystem::remove(folder.File("part.xml"));
+    }
+    EXPECT_GT(refused, 10);
 }
 
 // A document of one element per level.

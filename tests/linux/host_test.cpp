@@ -100,6 +100,25 @@ TEST(Example, WalkPrintsTheMenu) {
     EXPECT_EQ(ReadText(folder.File("output")), "Soup: 3\nPie: 7\n");
 }
 
+TEST(Example, EditChangesADishAndMovesACake) {
+    const CTestFolder folder;
+    WriteBytes(folder.File("menu.xml"),
+               std::string("<menu><dish price='3'>Soup</dish><dish price='7'>Pie</dish></menu>"));
+    WriteBytes(folder.File("bakery.xml"),
+               std::string("<bakery><cake size='XL'><name>Nut</name></cake><roll/></bakery>"));
+    ASSERT_EQ(RunShell("cd '" + folder.File("").string() +
+                       "' && PATH=" PARVEL_TOOL_FOLDER ":$PATH && parvel convert menu.xml menu.bdoc"
+                       " && parvel convert bakery.xml bakery.bdoc && parvel_example_edit"
+                       " && parvel show menu.bdoc >output"),
+              0);
+    EXPECT_EQ(ReadText(folder.File("output")),
+              "menu\n"
+              "  starter price=\"4\": \"Tomato soup\"\n"
+              "  dish price=\"7\": \"Pie\"\n"
+              "  cake size=\"XL\"\n"
+              "    name: \"Nut\"\n");
+}
+
 TEST(Example, StandsInTheReadmeWordForWord) {
     const fs::path root(PARVEL_ROOT);
     const std::string example = ReadText(root / "examples/walk.cpp");

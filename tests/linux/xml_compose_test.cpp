@@ -54,10 +54,12 @@ TEST_F(XmlCompose, AnAttributeSetAgainKeepsItsPlace) {
         ASSERT_EQ(Set(*a.Get(), WTEXT("y"), value), S_OK);
     }
     ASSERT_EQ(Set(*a.Get(), WTEXT("x"), WTEXT("last")), S_OK);
+    EXPECT_EQ(Fill(*a.Get(), WTEXT("\x02")), E_INVALIDARG);  // which changes nothing
+    ASSERT_EQ(Set(*a.Get(), WTEXT("y"), WTEXT("2")), S_OK);
     const auto b = ElementIn(*a.Get(), WTEXT("b"));  // the same name on another element is another attribute
     ASSERT_EQ(Set(*b.Get(), WTEXT("x"), WTEXT("2")), S_OK);
     ASSERT_EQ(Set(*b.Get(), WTEXT("x"), WTEXT("3")), S_OK);
-    EXPECT_EQ(Saved(), "<a x=\"last\" y=\"\"><b x=\"3\"/></a>");
+    EXPECT_EQ(Saved(), "<a x=\"last\" y=\"2\"><b x=\"3\"/></a>");
 }
 
 TEST_F(XmlCompose, WhatXmlCannotHoldChangesNothing) {

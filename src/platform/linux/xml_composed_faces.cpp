@@ -65,14 +65,14 @@ HRESULT CComposedFace<Interface>::put_nodeTypedValue(VARIANT value) {
     if (value.vt != VT_BSTR) return E_INVALIDARG;
     if (m_node.type != NODE_ELEMENT) return E_NOTIMPL;
     const TextView text(value.bstrVal, SysStringLen(value.bstrVal));
-    return Guarded([&] { return m_document.Composer().ReplaceByText(m_node, text); });
+    return m_document.Compose([&] { return m_document.Composer().ReplaceByText(m_node, text); });
 }
 
 HRESULT CComposedElement::setAttribute(BSTR name, VARIANT value) {
     if (value.vt != VT_BSTR) return E_INVALIDARG;
     const TextView nameText(name, SysStringLen(name));
     const TextView valueText(value.bstrVal, SysStringLen(value.bstrVal));
-    return Guarded([&] { return m_document.Composer().SetAttribute(m_node, nameText, valueText); });
+    return m_document.Compose([&] { return m_document.Composer().SetAttribute(m_node, nameText, valueText); });
 }
 
 template class CComposedFace<IXMLDOMElement>;

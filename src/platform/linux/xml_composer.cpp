@@ -290,7 +290,12 @@ HRESULT CXmlComposer::SetAttribute(const ComposedNode& element, TextView name, T
 void CXmlComposer::PutAttributesInPlace() {
     if (!m_isAttrReplaced) return;
     std::string tag;
-    for (const AttrSpan& span : m_attrs) tag.append(m_text.Data() + span.begin, span.end - span.begin);
+    tag.reserve(m_text.Size() - m_attrsStart);
+    for (AttrSpan& span : m_attrs) {
+        const std::size_t begin = m_attrsStart + tag.size();
+        tag.append(m_text.Data() + span.begin, span.end - span.begin);
+        span = {begin, m_attrsStart + tag.size()};
+    }
     m_text.Truncate(m_attrsStart);
     m_text.Append(tag);
     m_isAttrReplaced = false;

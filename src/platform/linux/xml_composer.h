@@ -2,8 +2,8 @@
 // bytes.
 //
 // A document grows at its end: an element takes attributes until it has content, and content until its parent gets the
-// next child; what comes later fails with E_UNEXPECTED. Nothing goes in that could not be saved as well-formed XML: a
-// name that is none, or a text with a character that XML cannot hold, fails that one operation with E_INVALIDARG and
+// next child; what comes later fails with E_UNEXPECTED. No name, text or value goes in that could not be saved as
+// well-formed XML: a name that is none, or a text with a character that XML cannot hold, fails that one operation with E_INVALIDARG and
 // changes nothing. Names are what the parser itself takes for names. Memory exhaustion throws std::bad_alloc.
 //
 // What is written. UTF-8 without a byte order mark; CR LF after the declaration, nothing between other nodes that was

@@ -76,6 +76,7 @@ bool CXmlComposerNames::Find(TextView name, std::uint32_t& number) {
 
 bool CXmlComposerNames::Look(TextView name, std::uint32_t& number) {
     if (m_slots.empty()) m_slots.assign(kFirstSlots, kFreeSlot);
+    if ((m_names.size() + 1) * 2 > m_slots.size()) Rehash();  // first: what fails here has changed nothing
     const std::uint32_t hash = HashName(name);
     const std::size_t mask = m_slots.size() - 1;
     std::size_t i = hash & mask;
@@ -97,7 +98,6 @@ bool CXmlComposerNames::Look(TextView name, std::uint32_t& number) {
     number = static_cast<std::uint32_t>(m_names.size());
     m_names.push_back(entry);
     m_slots[i] = number;
-    if (m_names.size() * 2 > m_slots.size()) Rehash();
     return isGood;
 }
 

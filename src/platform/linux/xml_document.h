@@ -30,6 +30,14 @@ public:
     CXmlTree& Tree() { return *m_tree; }
     /// Of a document that is not loaded. Throws std::bad_alloc.
     CXmlComposer& Composer();
+    /// Guarded, for operations that make the document: one that memory did not suffice for is never saved as if it were
+    /// whole.
+    template <class Operation>
+    HRESULT Compose(Operation operation) noexcept {
+        const HRESULT result = Guarded(operation);
+        if (result == E_OUTOFMEMORY) m_isIncomplete = true;
+        return result;
+    }
 
     /// A new node object with one reference, which holds one on this document; null when memory runs out.
     template <class Face, class... Arguments>
@@ -80,6 +88,7 @@ private:
 
     ULONG m_references = 0;  // of node objects too
     bool m_isLoaded = false;
+    bool m_isIncomplete = false;  // memory ran out while it was made
     std::unique_ptr<CXmlTree> m_tree;
     std::unique_ptr<CXmlTree> m_emptyTree;     // from before the load: node objects may look at it
     std::unique_ptr<CXmlComposer> m_composer;  // when something has been made by hand

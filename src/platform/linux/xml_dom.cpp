@@ -103,7 +103,7 @@ template <class Face, class Interface, class Operation>
 HRESULT CXmlDocument::Create(Interface** out, Operation operation) {
     *out = nullptr;
     if (m_isLoaded) return E_NOTIMPL;
-    return Guarded([&] {
+    return Compose([&] {
         ComposedNode node;
         const HRESULT result = operation(node);
         if (FAILED(result)) return result;
@@ -122,7 +122,7 @@ HRESULT CXmlDocument::AppendTo(const ComposedNode* parent, IXMLDOMNode* child, I
     ComposedNode& node = *static_cast<ComposedNode*>(found);
     if (node.owner != m_composer.get()) return E_INVALIDARG;
     const HRESULT result =
-        Guarded([&] { return parent ? m_composer->Append(*parent, node) : m_composer->Append(node); });
+        Compose([&] { return parent ? m_composer->Append(*parent, node) : m_composer->Append(node); });
     if (SUCCEEDED(result) && appended) {
         child->AddRef();
         *appended = child;
@@ -237,5 +237,6 @@ HRESULT CXmlDocument::put_async(VARIANT_BOOL) {
 HRESULT CXmlDocument::save(VARIANT path) {
     if (path.vt != VT_BSTR) return E_INVALIDARG;
     if (m_isLoaded) return E_NOTIMPL;
+    if (m_isIncomplete) return E_OUTOFMEMORY;
     return Guarded([&] { return Composer().Save(path.bstrVal) ? S_OK : E_FAIL; });
 }

@@ -6,8 +6,11 @@
 // at all, which becomes an entity reference node without children: nothing outside the file is ever read. Attributes
 // come in source order, those with default values last. A document loads once.
 //
+// Making. Nodes that are created and appended become text at once (linux/xml_composer.h): a document is filled from
+// front to back, cannot be read back, and is either loaded or made.
+//
 // Interface pointers to nodes are small objects made on request; each holds a reference on its document. The strings
-// that get_nodeName and get_nodeValue give are the tree's own: they live as long as the document.
+// that get_nodeName and get_nodeValue of loaded nodes give are the tree's own: they live as long as the document.
 //
 // Nothing recurses per tree level, and nothing throws.
 #pragma once

@@ -1,0 +1,84 @@
+// Taking script results apart, against one look at every byte and one copy.
+#include <parvel/parvel.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "measure.h"
+
+namespace {
+
+using Text = std::basic_string<WCHAR>;
+
+Text ListOf(std::size_t itemCount) {
+    std::string list = "(";
+    for (std::size_t i = 0; i < itemCount; ++i) list += std::to_string(i) + ' ';
+    list.back() = ')';
+    return {list.begin(), list.end()};
+}
+
+Text ListOfUnits(std::size_t unitCount) {
+    Text list = u"(";
+    while (list.size() < unitCount) list += u"item ";
+    list.back() = u')';
+    return list;
+}
+
+// Many lines, of which the last is the result.
+Text Lines(std::size_t unitCount) {
+    Text lines;
+    while (lines.size() < unitCount) lines += u"a line of notes that comes first\n";
+    return lines + u"(done)";
+}
+
+// One item full of quotes that do not end it.
+Text QuotedItem(std::size_t unitCount) {
+    Text quoted = u"(\"";
+    while (quoted.size() < unitCount) quoted += u"said \\\"so\\\" ";
+    return quoted + u"\")";
+}
+
+void Parse(benchmark::State& state, const Text& text, std::int32_t itemCount) {
+    for ([[maybe_unused]] auto _ : state) {
+        IScriptResultParser* parser = nullptr;
+        GetScriptResultParser(text.c_str(), &parser);
+        if (itemCount >= 0 && parser->GetItemCount() != itemCount) state.SkipWithError("wrong number of items");
+        parser->Release();
+    }
+}
+
+void LookAndCopy(benchmark::State& state, const Text& text) {
+    const std::size_t byteCount = text.size() * sizeof(WCHAR);
+    for ([[maybe_unused]] auto _ : state) {
+        if (std::memchr(text.data(), 0xFF, byteCount)) state.SkipWithError("found what is not there");
+        const auto copy = std::make_unique_for_overwrite<unsigned char[]>(byteCount);
+        std::memcpy(copy.get(), text.data(), byteCount);
+        benchmark::DoNotOptimize(copy.get());
+        benchmark::ClobberMemory();
+    }
+}
+
+using Maker = Text (*)(std::size_t);
+
+void RegisterShape(const std::string& figure, const std::string& label, Maker make, std::size_t size,
+                   std::int32_t itemCount) {
+    benchmark::RegisterBenchmark((figure + "/parvel/" + label).c_str(),
+                                 [=](benchmark::State& state) { Parse(state, make(size), itemCount); });
+    benchmark::RegisterBenchmark((figure + "/look_and_copy/" + label).c_str(),
+                                 [=](benchmark::State& state) { LookAndCopy(state, make(size)); });
+}
+
+}  // namespace
+
+void RegisterScript() {
+    constexpr std::int32_t kItemCount = 1'000'000;
+    RegisterShape("script_million", "items/1000000", ListOf, kItemCount, kItemCount);
+
+    const std::pair<const char*, Maker> shapes[] = {
+        {"script_list", ListOfUnits}, {"script_lines", Lines}, {"script_quoted", QuotedItem}};
+    for (std::size_t byteCount = 1'000; byteCount <= 100'000'000; byteCount *= 10) {
+        const std::string label = "bytes/" + std::to_string(byteCount);
+        for (const auto& [figure, make] : shapes) RegisterShape(figure, label, make, byteCount / sizeof(WCHAR), -1);
+    }
+}

@@ -1,0 +1,110 @@
+// Documents in threads: a small stack is enough for any depth, and two documents do not disturb each other.
+#include <pthread.h>
+
+#include <thread>
+
+#include "document_bytes.h"
+
+namespace {
+
+constexpr std::size_t kSmallStackBytes = 128 * 1024;
+constexpr std::uint32_t kDepth = 1'000'000;
+
+void RunOnSmallStack(void* (*work)(void*)) {
+    pthread_attr_t attributes;
+    pthread_t thread;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStackBytes), 0);
+    ASSERT_EQ(pthread_create(&thread, &attributes, work, nullptr), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+Bytes DeepTree() {
+    CBytes bytes;
+    bytes.Words({u"a", u"x", u"end"});
+    for (std::uint32_t i = 0; i + 1 < kDepth; ++i) bytes.Element(0, 1, {1, 1});
+    return bytes.TextNode(2);
+}
+
+// The last node of a chain, and how many levels it has.
+NodePtr Deepest(IBinDocument* document, std::uint32_t& depth) {
+    depth = 1;
+    NodePtr node = RootOf(document);
+    for (; node->GetChildCount() > 0; ++depth) {
+        IBinNode* child = nullptr;
+        node->GetChild(0, &child);
+        node.reset(child);
+    }
+    return node;
+}
+
+void* UseMillionLevels(void*) {
+    const CTestFolder folder;
+    const Bytes bytes = DeepTree();
+    WriteBytes(folder.File("in"), bytes);
+    const DocumentPtr document = NewDocument();
+    EXPECT_TRUE(document->LoadFromFile(folder.Path("in").c_str()));
+    EXPECT_TRUE(SavedBytes(document.get(), folder) == bytes);
+    std::uint32_t depth = 0;
+    const NodePtr end = Deepest(document.get(), depth);
+    EXPECT_EQ(depth, kDepth);
+    end->SetValue(WTEXT("END"));
+    const Bytes edited = SavedBytes(document.get(), folder);
+    EXPECT_EQ(edited.size(), bytes.size());
+    EXPECT_TRUE(edited != bytes);
+
+    const NodePtr root = RootOf(document.get());
+    IBinNode* copy = nullptr;
+    EXPECT_TRUE(root->Clone(&copy, true));
+    EXPECT_TRUE(root->IsEqual(&copy, true));
+    EXPECT_TRUE(Append(copy, NewElement(document.get(), WTEXT("n")).get()));
+    const DocumentPtr other = NewDocument();
+    EXPECT_TRUE(Append(RootOf(other.get()).get(), copy));
+    EXPECT_EQ(Narrow(Deepest(other.get(), depth)->GetValue()), "END");
+    EXPECT_EQ(depth, kDepth + 1);
+    SavedBytes(other.get(), folder);
+    copy->RemoveFromParent();
+    copy->Release();
+
+    IBinDocument* documentCopy = nullptr;
+    document->Clone(&documentCopy);
+    IBinDocument* original = document.get();
+    EXPECT_TRUE(documentCopy->IsEqual(&original));
+    documentCopy->Release();
+    EXPECT_TRUE(document->LoadFromBuffer(bytes.data()));  // while the last level of the former tree is held
+    EXPECT_EQ(Narrow(end->GetValue()), "END");
+    return nullptr;
+}
+
+}  // namespace
+
+TEST(ModelThread, AMillionLevelsNeedNoStack) {
+    RunOnSmallStack(UseMillionLevels);
+}
+
+// For a thread sanitizer: after a move, the two documents share nothing that is not counted atomically.
+TEST(ModelThread, DocumentsThatExchangedNodesWorkInAThreadEach) {
+    const Bytes tree = CBytes().Words({u"a", u"b"}).Element(0, 1).TextNode(1);
+    const DocumentPtr documents[] = {LoadedDocument(tree), LoadedDocument(tree)};
+    for (int i = 0; i < 40; ++i) {
+        for (const DocumentPtr& document : documents) {
+            Append(RootOf(document.get()).get(), NewElement(documents[i % 2].get(), WTEXT("n")).get());
+        }
+    }
+    const auto work = [](CBinaryDocument* document) {
+        const NodePtr root = RootOf(document);
+        for (int i = 0; i < 2000; ++i) {
+            const NodePtr child = NodeAt(document, {i % root->GetChildCount()});
+            child->SetAttribute(WTEXT("k"), WTEXT("v"));
+            if (i % 100 == 99) child->RemoveFromParent();
+            if (i % 50 == 49) Append(root.get(), NewElement(document, WTEXT("m")).get());
+            if (i % 500 == 499) document->Compact();
+        }
+    };
+    std::thread first(work, documents[0].get());
+    std::thread second(work, documents[1].get());
+    first.join();
+    second.join();
+    for (const DocumentPtr& document : documents) EXPECT_EQ(RootOf(document.get())->GetChildCount(), 41 + 40 - 20);
+}
