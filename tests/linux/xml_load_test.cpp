@@ -110,6 +110,18 @@ TEST_F(XmlLoad, NothingOutsideTheFileIsRead) {
     Check(rows);
 }
 
+TEST_F(XmlLoad, TheVersionIsOnePointSomething) {
+    const LoadCase rows[] = {
+        {"1.0", "<?xml version='1.0'?><a/>", "<a></a>"},
+        {"1.10", "<?xml version='1.10' standalone='no'?><a/>", "<a></a>"},
+        {"1", "<?xml version='1' standalone='no'?><a/>", "(refused)"},
+        {"1.", "<?xml version='1.'?><a/>", "(refused)"},
+        {"1.0a", "<?xml version='1.0a'?><a/>", "(refused)"},
+        {"2.0", "<?xml version='2.0'?><a/>", "(refused)"},
+    };
+    Check(rows);
+}
+
 TEST_F(XmlLoad, TheDocumentShowsWhatIsAroundItsElement) {
     const auto document = Load("<!--1--><?p 2?><!DOCTYPE a [<!--no--><?no no?>]><a/><!--3-->");
     ASSERT_TRUE(document);

@@ -29,6 +29,7 @@ constexpr char kTooManyNodes[] = "the entities of this file unfold to too many n
 constexpr char kTooManyAttributes[] = "the default attributes of this file unfold to too many";
 constexpr char kTooMuchText[] = "the entities and default attributes of this file unfold to too much text";
 constexpr char kTooManyEntities[] = "too many entities refer to other entities";
+constexpr char kBadVersion[] = "the version of XML is none: it must be 1.0";
 constexpr char kTooManyDeclared[] = "too many attributes are declared for one element";
 
 bool IsBlank(const char* bytes, std::size_t count) {
@@ -70,6 +71,7 @@ CXmlTreeBuilder::CXmlTreeBuilder(CXmlTree& tree, XML_Parser parser, std::size_t 
     XML_SetCdataSectionHandler(parser, Handle<&Self::StartCData>, Handle<&Self::EndCData>);
     XML_SetCommentHandler(parser, Handle<&Self::Comment>);
     XML_SetProcessingInstructionHandler(parser, Handle<&Self::ProcessingInstruction>);
+    XML_SetXmlDeclHandler(parser, Handle<&Self::XmlDeclaration>);
     XML_SetDoctypeDeclHandler(parser, Handle<&Self::StartDoctype>, Handle<&Self::EndDoctype>);
     XML_SetEntityDeclHandler(parser, Handle<&Self::EntityDeclaration>);
     XML_SetAttlistDeclHandler(parser, Handle<&Self::AttributeDeclaration>);
@@ -202,6 +204,14 @@ void CXmlTreeBuilder::AddEntityReference(std::string_view name) {
     AddTextNode(NODE_ENTITY_REFERENCE, number, m_tree.Texts().Finish());
 }
 
+// The parser itself takes any version.
+void CXmlTreeBuilder::XmlDeclaration(const char* version, const char*, int) {
+    const std::string_view text(version ? version : "1.0");
+    const bool isWellFormed =
+        text.size() > 2 && text.starts_with("1.") && text.find_first_not_of("0123456789", 2) == std::string_view::npos;
+    if (!isWellFormed) Stop(kBadVersion);
+}
+
 void CXmlTreeBuilder::AttributeDeclaration(const char* element, const char*, const char*, const char*, int) {
     const std::uint32_t number = m_tree.Names().Intern(element);
     if (number >= m_declaredAttrs.size()) m_declaredAttrs.resize(number + std::size_t{1});
@@ -221,7 +231,8 @@ void CXmlTreeBuilder::EntityDeclaration(const char*, int, const char* value, int
 
 bool CXmlTreeBuilder::TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason) {
     rest -= amount;
-    if (rest >= 0) [[likely]] return true;
+    if (rest >= 0) [[likely]]
+        return true;
     Stop(reason);
     return false;
 }

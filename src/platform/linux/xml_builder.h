@@ -53,6 +53,7 @@ private:
     void EndCData();
     void Comment(const char* bytes);
     void ProcessingInstruction(const char* target, const char* data);
+    void XmlDeclaration(const char* version, const char*, int);
     void StartDoctype(const char*, const char*, const char*, int) { m_isInDoctype = true; }
     void EndDoctype() { m_isInDoctype = false; }
     void EntityDeclaration(const char*, int, const char* value, int valueBytes, const char*, const char*, const char*,

@@ -124,7 +124,9 @@ constexpr std::size_t kKeptBytes = 32;
 // An open conversion to UTF-8.
 class CConverter {
 public:
-    explicit CConverter(const char* from) : m_handle(iconv_open("UTF-8", from)) {}
+    explicit CConverter(const char* from)
+        : m_handle(iconv_open("UTF-8", from)),
+          m_joinsMarks(from == std::string_view("CP1255") || from == std::string_view("CP1258")) {}
     CConverter(const CConverter&) = delete;
     CConverter& operator=(const CConverter&) = delete;
     ~CConverter() {
@@ -135,17 +137,42 @@ public:
 
     /// 0, or what stopped it.
     int Run(const char*& source, std::size_t& sourceBytes, char*& target, std::size_t& targetBytes) {
-        char* from = const_cast<char*>(source);  // iconv's signature; it does not write there
-        const bool done = iconv(m_handle, &from, &sourceBytes, &target, &targetBytes) != static_cast<std::size_t>(-1);
-        source = from;
-        return done ? 0 : errno;
+        if (m_joinsMarks) return RunByteByByte(source, sourceBytes, target, targetBytes);
+        return RunAll(source, sourceBytes, target, targetBytes);
     }
 
     /// Writes what the conversion has kept back, in case that more came to join it: a few bytes. `target` has room.
     void Finish(char*& target, std::size_t& targetBytes) { iconv(m_handle, nullptr, nullptr, &target, &targetBytes); }
 
 private:
+    int RunAll(const char*& source, std::size_t& sourceBytes, char*& target, std::size_t& targetBytes) {
+        char* from = const_cast<char*>(source);  // iconv's signature; it does not write there
+        const bool done = iconv(m_handle, &from, &sourceBytes, &target, &targetBytes) != static_cast<std::size_t>(-1);
+        source = from;
+        return done ? 0 : errno;
+    }
+
+    // Every byte stands for one character. Given more than one, iconv joins a letter and the mark behind it.
+    int RunByteByByte(const char*& source, std::size_t& sourceBytes, char*& target, std::size_t& targetBytes) {
+        for (; sourceBytes > 0; ++source, --sourceBytes) {
+            char character[kKeptBytes];
+            char* end = character;
+            std::size_t room = sizeof(character);
+            const char* from = source;
+            std::size_t one = 1;
+            if (const int stop = RunAll(from, one, end, room)) return stop;
+            Finish(end, room);
+            const std::size_t count = sizeof(character) - room;
+            if (count > targetBytes) return E2BIG;
+            std::memcpy(target, character, count);
+            target += count;
+            targetBytes -= count;
+        }
+        return 0;
+    }
+
     iconv_t m_handle;
+    bool m_joinsMarks;  // iconv does that in these encodings; the system that they come from does not
 };
 
 }  // namespace
