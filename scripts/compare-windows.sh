@@ -14,7 +14,7 @@ cd "$(dirname "$0")/.."
 root=$(pwd)
 
 least_same=300
-most_of_folder=100
+most_of_folder=20
 most_wanted="unicode-cldr-core iso-codes adwaita-icon-theme shared-mime-info libgirepository1.0-dev"
 
 if [ "${1-}" = --install ]; then
@@ -61,14 +61,17 @@ convert() {
 string='"([^"\\]|\\.)*"'
 withoutNamespaces() { sed -E "s/ xmlns(:[^= ]*)?=$string//g"; }
 withoutPrefixes() { sed -E 's/^( *|\[level [0-9]+\] *)[A-Za-z_][A-Za-z0-9_.-]*:([A-Za-z_])/\1\2/'; }
+withoutAttributes() { sed -E "s/ [^ =\"]+=$string//g"; }
 withoutEndBlanks() { sed -E ':a; s/"( |\\[nrt])+/"/; ta; :b; s/( |\\[nrt])+"/"/; tb'; }
 
-# reason A B: why two documents differ; empty when that is not known.
+# reason A B NAME: why the two documents of a file differ; empty when that is not known.
 reason() {
-    "$native/parvel" show --full "$1" >"$work/a" || return 0
-    "$native/parvel" show --full "$2" >"$work/b" || return 0
+    "$native/parvel" show --full "$1" >"$work/a" 2>"$work/errors" || return 0
+    "$native/parvel" show --full "$2" >"$work/b" 2>"$work/errors" || return 0
     said="order of attributes"
-    for fault in "" Namespaces Prefixes EndBlanks; do
+    hasDefaults=
+    ! grep -q '<!ATTLIST' "$3" || hasDefaults=Attributes
+    for fault in "" Namespaces Prefixes EndBlanks $hasDefaults; do
         if [ -n "$fault" ]; then
             "without$fault" <"$work/a" >"$work/a.next"
             "without$fault" <"$work/b" >"$work/b.next"
@@ -80,6 +83,7 @@ reason() {
             [ "$after" -eq "$before" ] || case $fault in
                 Namespaces) said="namespace declarations come last, the first of several in place of another" ;;
                 Prefixes) said="$said; an undeclared prefix is dropped" ;;
+                Attributes) said="$said; attributes that the document type gives by default are missing" ;;
                 EndBlanks) said="$said; blanks at the end of a text beside a reference or a non-ASCII letter are lost" ;;
             esac
         fi
@@ -123,7 +127,7 @@ compare() {
                     echo "$n" >>"$1/same"
                     continue
                 fi
-                why=$(reason "$1/linux/$n.bdoc" "$1/windows/$n.bdoc")
+                why=$(reason "$1/linux/$n.bdoc" "$1/windows/$n.bdoc" "$name")
                 ;;
         esac
         echo "${why:-UNEXPLAINED} ($onLinux/$onWindows): $name" >>"$1/differences"
