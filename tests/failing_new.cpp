@@ -15,6 +15,11 @@ std::atomic<std::int64_t> g_liveBlocks = 0;
 }  // namespace
 
 CFailingNew::CFailingNew(int successes) {
+    // A thread's first exception makes the run-time library allocate what it keeps for all later ones.
+    try {
+        throw successes;
+    } catch (int) {
+    }
     g_hasFailed = false;
     g_successesLeft = successes;
 }
