@@ -35,8 +35,6 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
     tree.shortElements.Clear();
     tree.unknownCount = 0;
     if (byteCount > kMostBytes) byteCount = kMostBytes;
-    // An element with a span and its first child take this much; what is reserved too much is never touched.
-    if (begin < byteCount) tree.spans.Reserve(static_cast<std::size_t>((byteCount - begin) / (kElementBytes + kTextBytes)) + 1);
 
     CGrowArray<OpenElement> open;
     std::uint64_t cursor = begin;
