@@ -5,7 +5,16 @@
 #include <cstddef>
 #include <cstdint>
 
-#ifdef __SSE2__
+// Whole blocks are looked at, which an address sanitizer would take for reading past the end.
+#if defined(__SANITIZE_ADDRESS__)
+#define PARVEL_IS_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define PARVEL_IS_SANITIZED 1
+#endif
+#endif
+#if defined(__SSE2__) && !defined(PARVEL_IS_SANITIZED)
+#define PARVEL_MEASURES_BLOCKS 1
 #include <emmintrin.h>
 #endif
 
@@ -18,11 +27,11 @@ inline std::size_t TextLengthPortable(const WCHAR* text) {
     return length;
 }
 
-#ifdef __SSE2__
+#ifdef PARVEL_MEASURES_BLOCKS
 
 /// The same, eight units a step. It looks at whole blocks of 16 bytes at multiples of 16, which never reach into a page
-/// that the text does not reach into; a sanitizer cannot know that.
-__attribute__((no_sanitize("address"))) inline std::size_t TextLength(const WCHAR* text) {
+/// that the text does not reach into.
+inline std::size_t TextLength(const WCHAR* text) {
     constexpr std::uintptr_t kBlockBytes = 16;
     const auto skippedBytes = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(text) % kBlockBytes);
     const auto* block = reinterpret_cast<const __m128i*>(reinterpret_cast<std::uintptr_t>(text) - skippedBytes);
