@@ -262,7 +262,7 @@ const Row kRows[] = {
 }  // namespace
 
 TEST(ModelExhaustion, FailedOperationsChangeNothingAndCanBeTriedAgain) {
-    if (!CFailingNew::kWorks) GTEST_SKIP();
+    if (!CFailingNew::kWorks) GTEST_SKIP() << "allocations cannot be made to fail here";
     const CTestFolder folder;
     int failures = 0;
     for (const Row& row : kRows) {
