@@ -5,6 +5,7 @@
 #include <random>
 
 #include "document_bytes.h"
+#include "model/node_access.h"
 #include "platform/dialog.h"
 
 namespace {

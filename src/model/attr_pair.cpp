@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "model/document.h"
-#include "model/node_pool.h"
+#include "model/node_access.h"
 
 HRESULT CAttrPair::QueryInterface(const IID& iid, void** out) {
     if (iid != IID_IAttrPair || !out) return 1;
@@ -13,18 +13,6 @@ HRESULT CAttrPair::QueryInterface(const IID& iid, void** out) {
 
 ULONG CAttrPair::AddRef() {
     return ++m_refs;
-}
-
-ULONG CAttrPair::Release() {
-    if (--m_refs > 0) return m_refs;
-    CNodeSlab* slab = CNodeSlab::Of(m_element);
-    m_isOfGuest ? slab->Unhold() : slab->Unkeep();
-    if (m_document) {
-        m_document->Pairs().Recycle(this);
-    } else {
-        delete this;
-    }
-    return 0;
 }
 
 const WCHAR* CAttrPair::TextOf(std::int32_t word, const CHeldText& held) const {
@@ -41,23 +29,30 @@ const WCHAR* CAttrPair::GetValue() {
 }
 
 bool CAttrPair::SetValue(const WCHAR* text) {
-    const bool isElementThere = m_element->Serial() == m_serial;
-    return m_document && isElementThere && m_element->SetAttribute(GetName(), text);
+    return m_document && m_element->SetAttribute(GetName(), text);
 }
 
 CAttrPairPool::~CAttrPairPool() {
     for (CAttrPair* pair = m_pairs; pair; pair = pair->m_next) pair->m_document = nullptr;
-    while (m_freeCount > 0) delete m_free[--m_freeCount];
+    while (CAttrPair* pair = m_free) {
+        m_free = pair->m_next;
+        delete pair;
+    }
 }
 
-CAttrPair* CAttrPairPool::Take(CBinNode* element) {
-    CAttrPair* pair = m_freeCount > 0 ? m_free[--m_freeCount] : new CAttrPair;
+inline CAttrPair* CAttrPairPool::Take(CBinNode* element) {
+    CAttrPair* pair = m_free;
+    if (pair) {
+        m_free = pair->m_next;
+        --m_freeCount;
+    } else {
+        pair = new CAttrPair;
+    }
     pair->m_refs = 1;
     pair->m_element = element;
-    pair->m_serial = element->Serial();
     pair->m_isOfGuest = element->IsGuest();
     CNodeSlab* slab = CNodeSlab::Of(element);
-    pair->m_isOfGuest ? slab->Hold() : slab->Keep();
+    pair->m_isOfGuest ? slab->Hold() : slab->KeepForPair();
     pair->m_document = m_document;
     pair->m_previous = nullptr;
     pair->m_next = m_pairs;
@@ -84,14 +79,30 @@ CAttrPair* CAttrPairPool::Make(CBinNode* element, const CPendingAttr& attr) {
     return pair;
 }
 
-void CAttrPairPool::Recycle(CAttrPair* pair) {
+inline void CAttrPairPool::Recycle(CAttrPair* pair) {
     (pair->m_previous ? pair->m_previous->m_next : m_pairs) = pair->m_next;
     if (pair->m_next) pair->m_next->m_previous = pair->m_previous;
     if (m_freeCount == kMostFree) {
         delete pair;
         return;
     }
-    pair->m_name.Clear();
-    pair->m_value.Clear();
-    m_free[m_freeCount++] = pair;
+    if (pair->m_isHeld) {
+        pair->m_name.Clear();
+        pair->m_value.Clear();
+    }
+    pair->m_next = m_free;
+    m_free = pair;
+    ++m_freeCount;
+}
+
+ULONG CAttrPair::Release() {
+    if (--m_refs > 0) return m_refs;
+    CNodeSlab* slab = CNodeSlab::Of(m_element);
+    m_isOfGuest ? slab->Unhold() : slab->UnkeepForPair();
+    if (m_document) {
+        m_document->Pairs().Recycle(this);
+    } else {
+        delete this;
+    }
+    return 0;
 }

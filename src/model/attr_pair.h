@@ -33,7 +33,6 @@ private:
     const WCHAR* TextOf(std::int32_t word, const CHeldText& held) const;
 
     std::uint32_t m_refs = 0;
-    std::uint32_t m_serial = 0;  // of the element's cell when the pair was made
     std::int32_t m_nameWord = 0;
     std::int32_t m_valueWord = 0;
     bool m_isHeld = false;     // from a pending attribute
@@ -41,7 +40,7 @@ private:
     CBinNode* m_element = nullptr;
     CBinaryDocument* m_document = nullptr;  // null once it is gone
     CAttrPair* m_previous = nullptr;        // in the document's list of pairs
-    CAttrPair* m_next = nullptr;
+    CAttrPair* m_next = nullptr;            // there, or in the list of free ones
     CHeldText m_name;
     CHeldText m_value;
 };
@@ -69,6 +68,6 @@ private:
 
     // A host that walks attributes holds one pair, or a few.
     static constexpr std::size_t kMostFree = 16;
-    CAttrPair* m_free[kMostFree] = {};
+    CAttrPair* m_free = nullptr;
     std::size_t m_freeCount = 0;
 };

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "export/kest_c2xml.h"
-#include "model/node_state.h"
+#include "model/node_access.h"
 #include "model/rebuild.h"
 #include "model/tree_writer.h"
 #include "platform/file.h"
@@ -31,7 +31,7 @@ CBinaryDocument::~CBinaryDocument() {
         CBinNode* node = state->node;
         delete state;
         node->m_parent = nullptr;
-        node->m_record = nullptr;
+        node->m_offset = CBinNode::kNoRecord;
         node->m_links = links::kGone;
         if (node->IsGuest() && node->m_refs == 0) CNodePool::Free(node);
     }
@@ -116,7 +116,7 @@ void CBinaryDocument::GiveUpRoot() {
 
 CNodeRef CBinaryDocument::NewNode() {
     MakeRoomForDetached();
-    CBinNode* node = m_pool.Allocate(1);
+    CBinNode* node = m_pool.Allocate();
     node->AddRef();
     ListDetached(node);
     return CNodeRef(node);

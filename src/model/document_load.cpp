@@ -7,21 +7,22 @@
 
 #include "model/document.h"
 #include "model/layout.h"
-#include "model/node_state.h"
+#include "model/node_access.h"
 #include "platform/dialog.h"
 #include "platform/file.h"
 
 namespace {
 
-// Record offsets are 32 bits wide, and a block must leave room for what goes with it; no larger file is read into memory.
+// Record offsets are 32 bits wide, and a block must leave room for what goes with it; no larger file is read into
+// memory.
 constexpr std::int64_t kMostFileBytes = std::min<std::int64_t>(0xFFFFFF00, PTRDIFF_MAX - 0xFFF);
 
 // For ScanRecords, of a buffer whose length the caller does not tell.
 constexpr std::uint64_t kUnknownByteCount = static_cast<std::uint64_t>(-1);
 
 constexpr WCHAR kUnknownRecordText[] = WTEXT("解析文档节点出现异常！");
-// A file may promise a hundred million children and have none; where a debugger could listen, each telling costs a system
-// call or several. Nobody reads more than this.
+// A file may promise a hundred million children and have none; where a debugger could listen, each telling costs a
+// system call or several. Nobody reads more than this.
 constexpr std::uint64_t kMostTellings = 65'536;
 
 SharedBytes NewBlock(std::size_t byteCount) {
@@ -119,7 +120,7 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
 
 void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
     m_pool.Retire();
-    CBinNode* root = m_pool.Allocate(1);
+    CBinNode* root = m_pool.Allocate();
     try {
         HoldKeptNodes();
     } catch (...) {
@@ -136,8 +137,9 @@ void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {
     m_pool.Sweep();
     Replace(std::move(words), std::move(tree));
     if (m_tree.IsEmpty()) return;
-    root->m_record = m_tree.bytes.get() + m_tree.begin;
-    if (!m_tree.spans.IsEmpty()) root->m_links = links::Unmade(0);
+    root->m_offset = m_tree.begin;
+    const unsigned char* record = Block() + m_tree.begin;
+    if (IsElement(record) && ChildCountOf(record) > 0) root->m_links = links::Unmade(0);
 }
 
 // What somebody holds of the tree that is about to go keeps showing what it showed.

@@ -68,3 +68,22 @@ void SortAttrPairs(unsigned char* entries, std::size_t count, const CWordDict& w
         return CompareAttrNames(a.bytes, b.bytes, words) < 0;
     });
 }
+
+// The search is part of the contract: in a table that is not sorted, it decides which entries are found.
+const unsigned char* FindAttrEntry(const unsigned char* element, const WCHAR* name, const CWordDict& words) {
+    std::uint32_t low = 0;
+    std::uint32_t high = AttrCountOf(element) - 1;
+    while (true) {
+        const std::uint32_t middle = low + (high - low) / 2;
+        const unsigned char* entry = AttrEntryOf(element, middle);
+        const int order = CompareTexts(name, words.GetWord(ReadU32(entry)));
+        if (order == 0) return entry;
+        if (order < 0) {
+            if (low >= middle) return nullptr;
+            high = middle - 1;
+        } else {
+            if (middle >= high) return nullptr;
+            low = middle + 1;
+        }
+    }
+}

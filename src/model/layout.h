@@ -20,6 +20,7 @@
 #include <cstring>
 
 #include "model/word_dict.h"
+#include "platform/text_compare.h"
 
 class COutputFile;
 
@@ -108,8 +109,5 @@ int CompareAttrNames(const unsigned char* a, const unsigned char* b, const CWord
 /// Sorts `count` attribute entries in place by CompareAttrNames. Entries of equal name keep their order.
 void SortAttrPairs(unsigned char* entries, std::size_t count, const CWordDict& words);
 
-/// Orders two texts code unit by code unit, as unsigned numbers: below 0, 0 or above 0.
-inline int CompareTexts(const WCHAR* a, const WCHAR* b) {
-    while (*a != 0 && *a == *b) ++a, ++b;
-    return static_cast<int>(static_cast<std::uint16_t>(*a)) - static_cast<int>(static_cast<std::uint16_t>(*b));
-}
+/// The entry of exactly this name in the table of an element that has attributes, or null.
+const unsigned char* FindAttrEntry(const unsigned char* element, const WCHAR* name, const CWordDict& words);

@@ -2,10 +2,10 @@
 #include "model/node.h"
 
 #include "model/attr_pair.h"
-#include "model/document.h"
-#include "model/node_state.h"
+#include "model/node_access.h"
 
-CNodeState::CNodeState(CBinNode* of, CBinaryDocument* owner) : node(of), document(owner), links(of->m_links) {
+CNodeState::CNodeState(CBinNode* of, CBinaryDocument* owner, unsigned char* itsRecord)
+    : node(of), document(owner), record(itsRecord), links(of->m_links) {
     document->AddState(this);
 }
 
@@ -14,51 +14,12 @@ CNodeState::~CNodeState() {
     if ((links & links::kKindMask) == links::kList) delete links::Pointer<CChildList>(links);
 }
 
-CNodeSlab* CBinNode::Slab() const {
-    // The slab's header lies before its first cell.
-    CBinNode* first = const_cast<CBinNode*>(this) - (m_cell & ~kGuest);
-    return reinterpret_cast<CNodeSlab*>(first) - 1;
-}
-
-// A node held from outside keeps its slab; a guest holds it anyway.
-void CBinNode::Keep() {
-    if (!IsGuest()) Slab()->Keep();
-}
-
-void CBinNode::Unkeep() {
-    if (!IsGuest()) Slab()->Unkeep();
-}
-
-CNodeState* CBinNode::State() const {
-    return (m_links & links::kKindMask) == links::kState ? links::Pointer<CNodeState>(m_links) : nullptr;
-}
-
-CBinaryDocument* CBinNode::Document() const {
-    switch (m_links & links::kKindMask) {
-        case links::kState:
-            return links::Pointer<CNodeState>(m_links)->document;
-        case links::kGone:
-            return nullptr;
-        default:
-            return Slab()->document;
-    }
-}
-
 CNodeState& CBinNode::NeedState() {
-    if (CNodeState* state = State()) return *state;
-    CNodeState* state = new CNodeState(this, Document());
+    const Look look = LookUp();
+    if (look.state) return *look.state;
+    CNodeState* state = new CNodeState(this, look.document, look.record);
     m_links = links::Tagged(state, links::kState);
     return *state;
-}
-
-std::uintptr_t& CBinNode::Links() {
-    CNodeState* state = State();
-    return state ? state->links : m_links;
-}
-
-std::uintptr_t CBinNode::Links() const {
-    CNodeState* state = State();
-    return state ? state->links : m_links;
 }
 
 bool CBinNode::IsAttached() const {
@@ -72,21 +33,35 @@ HRESULT CBinNode::QueryInterface(const IID& iid, void** out) {
     return 0;
 }
 
+// A node held from outside keeps its slab; a guest holds it anyway.
+inline void CBinNode::TakeReference() {
+    if (m_refs++ == 0 && !IsGuest()) Slab()->Keep();
+}
+
 ULONG CBinNode::AddRef() {
-    if (m_refs++ == 0) Keep();
+    TakeReference();
     return m_refs + (IsAttached() ? 1 : 0);
 }
 
 ULONG CBinNode::Release() {
+    CNodeSlab* slab = Slab();
+    if (!IsPlain() || !m_parent || m_refs == 0 || !slab->document) return ReleaseSlowly();
+    // Its parent goes on holding it.
+    if (--m_refs == 0) slab->Unkeep();
+    return m_refs + 1;
+}
+
+ULONG CBinNode::ReleaseSlowly() {
     if (m_refs == 0) return IsAttached() ? 1 : 0;  // not the caller's to give up
     const bool isAttached = IsAttached();
     if (--m_refs > 0) return m_refs + (isAttached ? 1 : 0);
     CBinaryDocument* document = Document();
+    CNodeSlab* slab = Slab();
     if (!document) {  // only the memory is left
-        IsGuest() ? Slab()->Unhold() : Slab()->Unkeep();
+        IsGuest() ? slab->Unhold() : slab->Unkeep();
         return 0;
     }
-    Unkeep();
+    if (!IsGuest()) slab->Unkeep();
     if (isAttached) return 1;
     document->UnlistDetached(this);
     document->DestroySubtree(this);
@@ -104,49 +79,71 @@ void CBinNode::LetGo() {
 }
 
 std::uint32_t CBinNode::GetType() {
-    if (!Document()) return 0;
-    return m_record ? *m_record : kElement;
+    const Look look = LookUp();
+    if (!look.document) return 0;
+    return look.record ? *look.record : kElement;
 }
 
 std::int32_t CBinNode::GetAttrCount() {
-    if (!Document() || !IsElement(m_record)) return 0;
-    const std::uint32_t pendingCount = HasPendingAttrs() ? State()->attrs->Count() : 0;
-    return static_cast<std::int32_t>(AttrCountOf(m_record) + pendingCount);
+    if (const unsigned char* record = PlainRecord()) {
+        return *record == kElement ? static_cast<std::int32_t>(AttrCountOf(record)) : 0;
+    }
+    const Look look = LookUp();
+    if (!IsElement(look.record)) return 0;
+    const std::uint32_t pendingCount = look.state && look.state->attrs ? look.state->attrs->Count() : 0;
+    return static_cast<std::int32_t>(AttrCountOf(look.record) + pendingCount);
 }
 
 const WCHAR* CBinNode::GetName() {
-    CBinaryDocument* document = Document();
-    if (!document) return nullptr;
-    const CNodeState* state = State();
-    if (state && !state->name.IsEmpty()) return state->name.Get();
-    if (!m_record) return nullptr;
-    if (state && state->holdsTexts) return IsText(m_record) ? state->value.Get() : state->name.Get();
-    return document->GetWord(ReadU32(m_record + kWordOffset));
+    if (const unsigned char* record = PlainRecord()) return Slab()->document->GetWord(ReadU32(record + kWordOffset));
+    const Look look = LookUp();
+    if (!look.state) return nullptr;
+    if (!look.state->name.IsEmpty()) return look.state->name.Get();
+    if (!look.record) return nullptr;
+    if (!look.state->holdsTexts) return look.document->GetWord(ReadU32(look.record + kWordOffset));
+    return IsText(look.record) ? look.state->value.Get() : look.state->name.Get();
 }
 
 const WCHAR* CBinNode::GetValue() {
-    CBinaryDocument* document = Document();
-    if (!document) return nullptr;
-    const CNodeState* state = State();
-    if (state && !state->value.IsEmpty()) return state->value.Get();
-    if (!m_record) return nullptr;
-    if (IsText(m_record)) {
-        if (state && state->holdsTexts) return state->value.Get();
-        return document->GetWord(ReadU32(m_record + kWordOffset));
+    const unsigned char* record = PlainRecord();
+    if (!record) return GetEditedValue();
+    const CBinaryDocument* document = Slab()->document;
+    if (*record == kElement) {
+        if (m_links == 0 || ChildCountOf(record) != 1) return nullptr;
+        const CBinNode* child = FirstMadeChild();
+        if (child && !child->IsPlain()) return GetEditedValue();
+        record = child ? child->PlainRecord() : record + GetRecordSize(record);  // right behind this one
+        if (!record || record == document->Block() + document->Tree().end || *record != kText) return nullptr;
     }
-    if (ListCount() != 1) return nullptr;
-    if (CBinNode* child = FirstMadeChild()) {
-        return child->m_record && *child->m_record == kText ? child->GetValue() : nullptr;
-    }
-    // The only child's record stands right behind this one.
-    const CRecordTree& tree = document->Tree();
-    const unsigned char* record = m_record + GetRecordSize(m_record);
-    if (record == tree.bytes.get() + tree.end || *record != kText) return nullptr;
     return document->GetWord(ReadU32(record + kWordOffset));
 }
 
+// With a state on this node or its only child, or no record.
+const WCHAR* CBinNode::GetEditedValue() {
+    const auto [document, record, state] = LookUp();
+    if (state && !state->value.IsEmpty()) return state->value.Get();
+    if (!record) return nullptr;
+    if (IsText(record)) {
+        if (state->holdsTexts) return state->value.Get();
+        return document->GetWord(ReadU32(record + kWordOffset));
+    }
+    if (ListCount() != 1) return nullptr;
+    if (HasUnmadeChildren()) {
+        const unsigned char* behind = record + GetRecordSize(record);
+        if (behind == document->Block() + document->Tree().end || *behind != kText) return nullptr;
+        return document->GetWord(ReadU32(behind + kWordOffset));
+    }
+    CBinNode* child = FirstMadeChild();
+    const unsigned char* childRecord = child->Record();
+    return childRecord && *childRecord == kText ? child->GetValue() : nullptr;
+}
+
 std::int32_t CBinNode::GetChildCount() {
-    return Document() && IsElement(m_record) ? static_cast<std::int32_t>(ChildCountOf(m_record)) : 0;
+    if (const unsigned char* record = PlainRecord()) {
+        return *record == kElement ? static_cast<std::int32_t>(ChildCountOf(record)) : 0;
+    }
+    const unsigned char* record = Record();
+    return IsElement(record) ? static_cast<std::int32_t>(ChildCountOf(record)) : 0;
 }
 
 void CBinNode::GetParent(IBinNode** out) {
@@ -156,10 +153,23 @@ void CBinNode::GetParent(IBinNode** out) {
 }
 
 void CBinNode::GetChild(std::int32_t index, IBinNode** out) {
+    const unsigned char* record =
+        out && m_links != 0 && (m_links & links::kKindMask) == links::kRun ? PlainRecord() : nullptr;
+    if (!record || static_cast<std::uint32_t>(index) >= ChildCountOf(record)) {
+        GetChildSlowly(index, out);
+        return;
+    }
+    CBinNode* child = links::Pointer<CBinNode>(m_links) + index;
+    child->TakeReference();
+    *out = child;
+}
+
+void CBinNode::GetChildSlowly(std::int32_t index, IBinNode** out) {
     if (!out) return;
-    if (Document() && !IsElement(m_record)) return;
+    const Look look = LookUp();
+    if (look.document && !IsElement(look.record)) return;
     *out = nullptr;
-    if (!Document() || index < 0 || static_cast<std::uint32_t>(index) >= ListCount()) return;
+    if (!look.document || index < 0 || static_cast<std::uint32_t>(index) >= ListCount()) return;
     try {
         MakeChildren();
     } catch (const std::bad_alloc&) {
@@ -169,52 +179,16 @@ void CBinNode::GetChild(std::int32_t index, IBinNode** out) {
     CBinNode* child = (word & links::kKindMask) == links::kList
                           ? links::Pointer<CChildList>(word)->At(static_cast<std::uint32_t>(index))
                           : links::Pointer<CBinNode>(word) + index;
-    if (child->m_refs++ == 0) child->Keep();
+    child->TakeReference();
     *out = child;
-}
-
-std::uint32_t CBinNode::ListCount() const {
-    const std::uintptr_t word = Links();
-    if ((word & links::kKindMask) == links::kList) return links::Pointer<CChildList>(word)->Count();
-    return word != 0 && IsElement(m_record) ? ChildCountOf(m_record) : 0;
-}
-
-bool CBinNode::HasMadeChildren() const {
-    return !HasUnmadeChildren() && ListCount() > 0;
-}
-
-bool CBinNode::HasUnmadeChildren() const {
-    return (Links() & links::kKindMask) == links::kUnmade;
 }
 
 std::uint32_t CBinNode::WrittenChildCount() const {
     if (!HasMadeChildren()) return 0;
     std::uint32_t count = 0;
     for (const CBinNode* child = FirstMadeChild(); child; child = NextMadeChild(child))
-        count += child->m_record ? 1 : 0;
+        count += child->Record() ? 1 : 0;
     return count;
-}
-
-std::uint32_t CBinNode::UnmadeSpan() const {
-    return static_cast<std::uint32_t>(Links() >> 2);
-}
-
-CBinNode* CBinNode::FirstMadeChild() const {
-    const std::uintptr_t word = Links();
-    switch (word & links::kKindMask) {
-        case links::kRun:
-            return links::Pointer<CBinNode>(word);
-        case links::kList:
-            return links::Pointer<CChildList>(word)->First();
-        default:
-            return nullptr;
-    }
-}
-
-CBinNode* CBinNode::NextMadeChild(const CBinNode* child) const {
-    const std::uintptr_t word = Links();
-    if ((word & links::kKindMask) == links::kList) return links::Pointer<CChildList>(word)->Next(child);
-    return child->m_slot + 1 < ChildCountOf(m_record) ? const_cast<CBinNode*>(child) + 1 : nullptr;
 }
 
 CBinNode* CBinNode::NextMadeInPreOrder(const CBinNode* top) const {
@@ -230,29 +204,30 @@ CBinNode* CBinNode::NextMadeBehind(const CBinNode* top) const {
 
 void CBinNode::MakeChildren() {
     if (!HasUnmadeChildren()) return;
-    CBinaryDocument* document = Document();
+    const auto [document, record, state] = LookUp();
     const CRecordTree& tree = document->Tree();
-    unsigned char* bytes = tree.bytes.get();
-    const std::uint32_t count = ChildCountOf(m_record);
-    CBinNode* children = document->Pool().Allocate(count);
+    const unsigned char* bytes = tree.bytes.get();
+    const std::uint32_t count = ChildCountOf(record);
+    CNodeRun run = document->Pool().CutRun(count);
 
-    std::uint64_t cursor = static_cast<std::uint64_t>(m_record - bytes) + GetRecordSize(m_record);
-    std::uint32_t span = UnmadeSpan() + 1;
+    std::uint32_t offset = static_cast<std::uint32_t>(record - bytes);
+    std::uint32_t span = tree.SpanInside(offset, UnmadeSpan());
+    offset += static_cast<std::uint32_t>(GetRecordSize(record));
     for (std::uint32_t i = 0; i < count; ++i) {
-        CBinNode& child = children[i];
-        child.m_parent = this;
-        child.m_slot = i;
-        if (cursor == tree.end) continue;  // a record of unknown type stood here
-        child.m_record = bytes + cursor;
-        if (IsElement(child.m_record) && ChildCountOf(child.m_record) > 0) {
-            child.m_links = links::Unmade(span);
-            cursor = tree.spans[span].end;
-            span = tree.spans[span].next;
+        CBinNode* child = run.Make(i);
+        child->m_parent = this;
+        child->m_slot = i;
+        if (offset == tree.end) continue;  // a record of unknown type stood here
+        child->m_offset = offset;
+        const unsigned char* childRecord = bytes + offset;
+        if (IsElement(childRecord) && ChildCountOf(childRecord) > 0) {
+            child->m_links = links::Unmade(span);
+            offset = tree.SkipSubtree(offset, span);
         } else {
-            cursor += GetRecordSize(child.m_record);
+            offset += static_cast<std::uint32_t>(GetRecordSize(childRecord));
         }
     }
-    Links() = links::Tagged(children, links::kRun);
+    Links() = links::Tagged(run.first, links::kRun);
 }
 
 bool CBinNode::HasPendingAttrs() const {
@@ -267,17 +242,17 @@ class CFoldedName {
 public:
     explicit CFoldedName(TextView name) {
         if (name.size() >= kInlineUnits) m_long.resize(name.size());
-        WCHAR* units = name.size() < kInlineUnits ? m_short : m_long.data();
+        m_units = name.size() < kInlineUnits ? m_short : m_long.data();
         for (std::size_t i = 0; i < name.size(); ++i) {
-            units[i] = FoldCase(name[i]);
-            m_differs |= units[i] != name[i];
+            m_units[i] = FoldCase(name[i]);
+            m_differs |= m_units[i] != name[i];
         }
-        m_view = TextView(units, name.size());
+        m_units[name.size()] = 0;
     }
     CFoldedName(const CFoldedName&) = delete;
     CFoldedName& operator=(const CFoldedName&) = delete;
 
-    TextView View() const { return m_view; }
+    const WCHAR* Get() const { return m_units; }
     /// The name had capital letters.
     bool Differs() const { return m_differs; }
 
@@ -285,79 +260,49 @@ private:
     static constexpr std::size_t kInlineUnits = 64;
     WCHAR m_short[kInlineUnits];
     Text m_long;
-    TextView m_view;
+    WCHAR* m_units;
     bool m_differs = false;
 };
-
-int CompareKey(TextView key, const WCHAR* text) {
-    for (const WCHAR unit : key) {
-        if (unit != *text) {
-            return static_cast<int>(static_cast<std::uint16_t>(unit)) - static_cast<std::uint16_t>(*text);
-        }
-        ++text;
-    }
-    return *text == 0 ? 0 : -1;
-}
 
 }  // namespace
 
 const WCHAR* CBinNode::GetAttribute(const WCHAR* name) {
-    CBinaryDocument* document = Document();
+    const auto [document, record, state] = LookUp();
     if (!document || !name || !*name) return nullptr;
-    const TextView asked(name);
-    if (HasPendingAttrs()) {
-        if (const CPendingAttr* attr = State()->attrs->Find(asked)) return attr->value.Get();
+    if (state && state->attrs) {
+        if (const CPendingAttr* attr = state->attrs->Find(name)) return attr->value.Get();
     }
-    if (!IsElement(m_record) || AttrCountOf(m_record) == 0) return nullptr;
-    const auto valueOf = [&](TextView key) -> const WCHAR* {
-        const unsigned char* entry = FindAttrEntry(key);
+    if (!IsElement(record) || AttrCountOf(record) == 0) return nullptr;
+    const CWordDict& words = document->Words();
+    const auto valueOf = [record = record, &words](const WCHAR* key) -> const WCHAR* {
+        const unsigned char* entry = FindAttrEntry(record, key, words);
         const std::uint32_t value = entry ? ReadU32(entry + kAttrValueOffset) : kNoWord;
-        return value == kNoWord ? nullptr : document->GetWord(value);
+        return value == kNoWord ? nullptr : words.GetWord(value);
     };
     try {
         if (g_lower == 0) {
-            if (const WCHAR* value = valueOf(asked)) return value;
+            if (const WCHAR* value = valueOf(name)) return value;
         }
-        const CFoldedName folded(asked);
-        return g_lower == 0 && !folded.Differs() ? nullptr : valueOf(folded.View());
+        const CFoldedName folded(name);
+        return g_lower == 0 && !folded.Differs() ? nullptr : valueOf(folded.Get());
     } catch (const std::bad_alloc&) {
         return nullptr;
-    }
-}
-
-// The search is part of the contract: in a table that is not sorted, it decides which entries are found.
-const unsigned char* CBinNode::FindAttrEntry(TextView key) const {
-    const CBinaryDocument* document = Document();
-    std::uint32_t low = 0;
-    std::uint32_t high = AttrCountOf(m_record) - 1;
-    while (true) {
-        const std::uint32_t middle = low + (high - low) / 2;
-        const unsigned char* entry = AttrEntryOf(m_record, middle);
-        const int order = CompareKey(key, document->GetWord(ReadU32(entry)));
-        if (order == 0) return entry;
-        if (order < 0) {
-            if (low >= middle) return nullptr;
-            high = middle - 1;
-        } else {
-            if (middle >= high) return nullptr;
-            low = middle + 1;
-        }
     }
 }
 
 void CBinNode::GetAttrPair(std::int32_t index, IAttrPair** out) {
     if (!out) return;
     *out = nullptr;
-    CBinaryDocument* document = Document();
-    if (!document || !IsElement(m_record) || index < 0) return;
+    const auto [document, record, state] = LookUp();
+    if (!IsElement(record) || index < 0) return;
     const std::uint32_t position = static_cast<std::uint32_t>(index);
-    const std::uint32_t recordCount = AttrCountOf(m_record);
+    const std::uint32_t recordCount = AttrCountOf(record);
     try {
         if (position < recordCount) {
-            const unsigned char* entry = AttrEntryOf(m_record, position);
+            const unsigned char* entry = AttrEntryOf(record, position);
             *out = document->Pairs().Make(this, ReadI32(entry), ReadI32(entry + kAttrValueOffset));
-        } else if (HasPendingAttrs() && position - recordCount < State()->attrs->Count()) {
-            *out = document->Pairs().Make(this, *State()->attrs->At(position - recordCount));
+        } else if (state && state->attrs && position - recordCount < state->attrs->Count()) {
+            *out = document->Pairs().Make(this, *state->attrs->At(position - recordCount));
         }
     } catch (const std::bad_alloc&) {
         *out = nullptr;

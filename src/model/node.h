@@ -1,6 +1,6 @@
 // One node of a document's tree.
 //
-// A node loaded from a file is 48 bytes and nothing else: its record lies in the document's block, and the nodes of an
+// A node loaded from a file is 40 bytes and nothing else: its record lies in the document's block, and the nodes of an
 // element's children are made, side by side, when somebody first asks for one. What an edit needs beyond that is in a
 // CNodeState, which an unedited node does not have. The results of all operations are as if each node had its own copy
 // of its record and all children stood ready.
@@ -63,12 +63,11 @@ public:
     /// In a parent's child list, or a document's root.
     bool IsAttached() const;
     /// The record, or null for a bare node.
-    const unsigned char* Record() const { return m_record; }
+    unsigned char* Record() const;
     /// Edits and held texts; null for a node that has none.
     CNodeState* State() const;
-    std::uint32_t Serial() const { return m_serial; }
     /// True for a node that has ever moved into another document: see node_pool.h.
-    bool IsGuest() const { return (m_cell & kGuest) != 0; }
+    bool IsGuest() const { return (m_place & kGuest) != 0; }
 
     /// Length of the child list, made or not.
     std::uint32_t ListCount() const;
@@ -116,12 +115,13 @@ public:
 private:
     friend class CNodePool;
     friend struct CNodeSlab;
+    friend struct CNodeRun;
     friend class CBinaryDocument;
     friend class CRebuild;
     friend struct CNodeState;
     friend class COrderedList<CBinNode>;
 
-    CBinNode() = default;
+    explicit CBinNode(std::uint32_t place) : m_place(place) {}
 
     struct AttrTexts {
         const WCHAR* name;
@@ -129,8 +129,14 @@ private:
     };
 
     CNodeSlab* Slab() const;
-    void Keep();
-    void Unkeep();
+    bool IsPlain() const;
+    struct Look;
+    Look LookUp() const;
+    unsigned char* PlainRecord() const;
+    const WCHAR* GetEditedValue();
+    void GetChildSlowly(std::int32_t index, IBinNode** out);
+    void TakeReference();
+    ULONG ReleaseSlowly();
     void BecomeGuest();
     CNodeState& NeedState();
     std::uintptr_t& Links();
@@ -142,10 +148,9 @@ private:
 
     bool HasPendingAttrs() const;
     AttrTexts AttrAt(std::uint32_t index) const;
-    const unsigned char* FindAttrEntry(TextView key) const;
-    const unsigned char* FindStored(TextView name) const;
-    bool SetAttributeText(TextView name, TextView value);
-    bool RemoveAttributeText(TextView name);
+    const unsigned char* FindStored(const WCHAR* name) const;
+    bool SetAttributeText(const WCHAR* name, TextView value);
+    bool RemoveAttributeText(const WCHAR* name);
     void SavePendingAttrs();
     CBinNode* OnlyTextChild();
     CBinNode* AppendNewText(std::uint32_t word);
@@ -161,18 +166,19 @@ private:
     bool EqualsAlone(CBinNode& other);
 
     static constexpr std::uint32_t kGuest = 0x80000000;
+    static constexpr std::uint32_t kPlaceUnit = alignof(void*);
+    static constexpr std::uint32_t kNoRecord = 0xFFFFFFFF;
 
-    std::uint32_t m_refs = 0;
-    std::uint32_t m_cell = 0;      // number of this node in its slab; with kGuest, its document is not the slab's
     CBinNode* m_parent = nullptr;  // of a free cell: the next free one
-    unsigned char* m_record = nullptr;
-    std::uintptr_t m_links = 0;  // see node_state.h
-    std::uint32_t m_slot = 0;    // place in the parent's list, or in the document's list of detached nodes
-    std::uint32_t m_serial = 0;  // grows each time the cell is used anew
+    std::uintptr_t m_links = 0;    // see node_state.h
+    std::uint32_t m_refs = 0;
+    std::uint32_t m_place;  // how far behind its slab's start this node is; with kGuest, its document is not the slab's
+    std::uint32_t m_slot = 0;            // in the parent's list, or in the document's list of detached nodes
+    std::uint32_t m_offset = kNoRecord;  // of the record in the document's block; a node with a state has it there
 };
 
 inline void CNodeRelease::operator()(CBinNode* node) const {
     node->Release();
 }
 
-static_assert(sizeof(void*) != 8 || sizeof(CBinNode) == 48);
+static_assert(sizeof(void*) != 8 || sizeof(CBinNode) == 40);

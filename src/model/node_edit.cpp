@@ -4,9 +4,7 @@
 #include <new>
 
 #include "model/attr_table.h"
-#include "model/document.h"
-#include "model/node.h"
-#include "model/node_state.h"
+#include "model/node_access.h"
 
 void CBinNode::MarkModified() {
     Document()->SetModified(true);
@@ -17,22 +15,21 @@ void CBinNode::SetOwnRecord(const unsigned char* bytes, std::size_t size) {
     CNodeState& state = NeedState();
     if (size <= sizeof(state.smallRecord)) {
         std::memmove(state.smallRecord, bytes, size);
-        m_record = state.smallRecord;
+        state.record = state.smallRecord;
         state.largeRecord.reset();
     } else {
         auto record = std::make_unique_for_overwrite<unsigned char[]>(size);
         std::memcpy(record.get(), bytes, size);
         state.largeRecord = std::move(record);
-        m_record = state.largeRecord.get();
+        state.record = state.largeRecord.get();
     }
     Document()->LeaveBlock();
 }
 
 unsigned char* CBinNode::NeedOwnRecord() {
     CNodeState& state = NeedState();
-    if (m_record == state.smallRecord || m_record == state.largeRecord.get()) return m_record;
-    SetOwnRecord(m_record, static_cast<std::size_t>(GetRecordSize(m_record)));
-    return m_record;
+    if (!state.HasOwnRecord()) SetOwnRecord(state.record, static_cast<std::size_t>(GetRecordSize(state.record)));
+    return state.record;
 }
 
 void CBinNode::BecomeElement(const WCHAR* name) {
@@ -70,7 +67,7 @@ bool CBinNode::SetAttribute(const WCHAR* name, const WCHAR* value) {
     }
 }
 
-bool CBinNode::SetAttributeText(TextView name, TextView value) {
+bool CBinNode::SetAttributeText(const WCHAR* name, TextView value) {
     CBinaryDocument* document = Document();
     if (const unsigned char* entry = FindStored(name)) {
         if (TextView(document->GetWord(ReadU32(entry + kAttrValueOffset))) == value) return true;
@@ -105,7 +102,7 @@ void CBinNode::SavePendingAttrs() {
     if (HasPendingAttrs()) MarkModified();
 }
 
-bool CBinNode::RemoveAttributeText(TextView name) {
+bool CBinNode::RemoveAttributeText(const WCHAR* name) {
     CBinaryDocument* document = Document();
     const CNodeState* stored = State();
     if (stored && stored->isStored && !document->IsModified() && !FindStored(name)) return false;
@@ -123,19 +120,19 @@ bool CBinNode::RemoveAttributeText(TextView name) {
 
 // The entry of exactly this name, where the record is as StoreAttributes has left it and storing it again would change
 // nothing: asking for what is already there then costs a search, not a rewrite of all attributes.
-const unsigned char* CBinNode::FindStored(TextView name) const {
+const unsigned char* CBinNode::FindStored(const WCHAR* name) const {
     const CNodeState* state = State();
-    if (!state || !state->isStored || Document()->IsModified()) return nullptr;
-    return AttrCountOf(m_record) > 0 ? FindAttrEntry(name) : nullptr;
+    if (!state || !state->isStored || state->document->IsModified()) return nullptr;
+    return AttrCountOf(state->record) > 0 ? FindAttrEntry(state->record, name, state->document->Words()) : nullptr;
 }
 
 void CBinNode::LoadAttributes() {
-    if (!IsElement(m_record) || ReadI32(m_record + kAttrCountOffset) == 0) return;
-    CBinaryDocument* document = Document();
-    const std::uint32_t count = AttrCountOf(m_record);
+    const Look look = LookUp();
+    if (!IsElement(look.record) || ReadI32(look.record + kAttrCountOffset) == 0) return;
+    const std::uint32_t count = AttrCountOf(look.record);
     unsigned char* record = NeedOwnRecord();
     CNodeState& state = *State();
-    std::unique_ptr<CAttrList> attrs = count > 0 ? LoadAttrList(record, document->Words()) : nullptr;
+    std::unique_ptr<CAttrList> attrs = count > 0 ? LoadAttrList(record, look.document->Words()) : nullptr;
     // The record's table and the pending list are never in use together.
     state.attrs = std::move(attrs);
     state.isStored = false;
@@ -145,20 +142,21 @@ void CBinNode::LoadAttributes() {
 
 void CBinNode::StoreAttributes(CWordDict& words) {
     CNodeState* state = State();
-    if (!m_record || !state || !state->attrs) return;
-    if (!IsElement(m_record)) {
+    if (!state || !state->record || !state->attrs) return;
+    const unsigned char* former = state->record;
+    if (!IsElement(former)) {
         state->attrs.reset();
         return;
     }
-    const CBinaryDocument* document = Document();
+    const CBinaryDocument* document = state->document;
     const std::uint32_t count = state->attrs->Count();
     CGrowArray<unsigned char> record;
     record.Extend(kElementBytes + kAttrEntryBytes * std::size_t{count});
-    std::memcpy(record.Data(), m_record, kElementBytes);
+    std::memcpy(record.Data(), former, kElementBytes);
 
-    WriteU32(record.Data() + kWordOffset, words.AddWord(document->GetWord(ReadU32(m_record + kWordOffset)), false));
+    WriteU32(record.Data() + kWordOffset, words.AddWord(document->GetWord(ReadU32(former + kWordOffset)), false));
     const TextView ownValue(state->holdsTexts ? state->ownValue.Get()
-                                              : document->GetWord(ReadU32(m_record + kOwnValueOffset)));
+                                              : document->GetWord(ReadU32(former + kOwnValueOffset)));
     WriteU32(record.Data() + kOwnValueOffset, ownValue.empty() ? kNoWord : words.AddWord(ownValue, false));
     WriteU32(record.Data() + kAttrCountOffset, count);
     StoreAttrList(*state->attrs, record.Data() + kElementBytes, words);
@@ -167,7 +165,8 @@ void CBinNode::StoreAttributes(CWordDict& words) {
 
     state->isStored = true;
     for (std::uint32_t i = 1; i < count && state->isStored; ++i) {
-        state->isStored = CompareAttrNames(AttrEntryOf(m_record, i - 1), AttrEntryOf(m_record, i), words) != 0;
+        const unsigned char* entry = AttrEntryOf(state->record, i);
+        state->isStored = CompareAttrNames(entry - kAttrEntryBytes, entry, words) != 0;
     }
 }
 
@@ -197,16 +196,16 @@ bool CBinNode::SetValue(const WCHAR* text) {
 
 void CBinNode::StoreValue() {
     CNodeState* state = State();
-    if (!m_record || !state) return;
-    CBinaryDocument* document = Document();
+    if (!state || !state->record) return;
+    CBinaryDocument* document = state->document;
     const TextView text = state->value.View();
-    if (IsText(m_record)) {
-        WriteU32(m_record + kWordOffset, document->Words().AddWord(text, false));
+    if (IsText(state->record)) {
+        WriteU32(state->record + kWordOffset, document->Words().AddWord(text, false));
         state->holdsTexts = false;
     } else if (ListCount() == 0) {
         if (!text.empty()) AppendNewText(document->Words().AddWord(text, false));
     } else if (CBinNode* child = OnlyTextChild()) {
-        WriteU32(child->m_record + kWordOffset, document->Words().AddWord(text, false));
+        WriteU32(child->Record() + kWordOffset, document->Words().AddWord(text, false));
         if (CNodeState* childState = child->State()) {
             childState->value.Clear();
             childState->holdsTexts = false;
@@ -227,7 +226,8 @@ CBinNode* CBinNode::OnlyTextChild() {
     if (ListCount() != 1) return nullptr;
     MakeChildren();
     CBinNode* child = FirstMadeChild();
-    return child->m_record && *child->m_record == kText ? child : nullptr;
+    const unsigned char* record = child->Record();
+    return record && *record == kText ? child : nullptr;
 }
 
 CBinNode* CBinNode::AppendNewText(std::uint32_t word) {

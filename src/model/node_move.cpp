@@ -2,10 +2,7 @@
 #include <memory>
 #include <new>
 
-#include "model/document.h"
-#include "model/node.h"
-#include "model/node_pool.h"
-#include "model/node_state.h"
+#include "model/node_access.h"
 
 CChildList& CBinNode::NeedChildList() {
     MakeChildren();
@@ -24,7 +21,7 @@ CChildList& CBinNode::NeedChildList() {
 
 // Makes sure that children can be taken from the list without memory.
 void CBinNode::PrepareList() {
-    if (IsElement(m_record)) NeedOwnRecord();
+    if (IsElement(Record())) NeedOwnRecord();
     NeedChildList();
 }
 
@@ -60,9 +57,8 @@ void CBinNode::AppendNode(CBinNode* child) {
     child->Unhook();
     if (formerDocument != document) child->MoveInto(document);
     child->m_parent = this;
-    if (IsElement(m_record)) {
-        WriteU32(m_record + kChildCountOffset, ChildCountOf(m_record) + 1);
-    }
+    unsigned char* record = Record();
+    if (IsElement(record)) WriteU32(record + kChildCountOffset, ChildCountOf(record) + 1);
     list.Append(child);
     document->SetModified(true);
 }
@@ -81,9 +77,10 @@ void CBinNode::Unhook() {
 
 void CBinNode::TakeFromParent() {
     CBinNode* parent = m_parent;
-    links::Pointer<CChildList>(parent->State()->links)->Remove(this);
-    if (IsElement(parent->m_record) && ChildCountOf(parent->m_record) > 0) {
-        WriteU32(parent->m_record + kChildCountOffset, ChildCountOf(parent->m_record) - 1);
+    CNodeState& state = *parent->State();
+    links::Pointer<CChildList>(state.links)->Remove(this);
+    if (IsElement(state.record) && ChildCountOf(state.record) > 0) {
+        WriteU32(state.record + kChildCountOffset, ChildCountOf(state.record) - 1);
     }
     m_parent = nullptr;
 }
@@ -118,9 +115,9 @@ bool CBinNode::IsBelow(const CBinNode* other) const {
 }
 
 void CBinNode::HoldTexts(bool isLeaving) {
-    if (!m_record) return;
-    const CBinaryDocument* document = Document();
+    if (!Record()) return;
     CNodeState& state = NeedState();
+    const CBinaryDocument* document = state.document;
     unsigned char* record = NeedOwnRecord();
     if (IsElement(record)) {
         const std::uint32_t count = AttrCountOf(record);
@@ -170,7 +167,7 @@ void CBinNode::BecomeGuest() {
     slab->Hold();
     --slab->cellCount;
     if (m_refs > 0) slab->Unkeep();
-    m_cell |= kGuest;
+    m_place |= kGuest;
 }
 
 bool CBinNode::Clone(IBinNode** out, bool deep) {
@@ -193,7 +190,7 @@ CNodeRef CBinNode::CloneTo(CBinNode* source, CBinaryDocument* target, bool deep)
     for (CBinNode* node = source;;) {
         node->MakeChildren();
         // Into the first child that can be copied; otherwise along to the next sibling of the nearest ancestor.
-        CBinNode* next = node->HasMadeChildren() && IsElement(node->m_record) ? node->FirstMadeChild() : nullptr;
+        CBinNode* next = node->HasMadeChildren() && IsElement(node->Record()) ? node->FirstMadeChild() : nullptr;
         CBinNode* parentCopy = copy;
         CNodeRef childCopy;
         while (!childCopy) {
@@ -218,12 +215,13 @@ CNodeRef CBinNode::CopyAlone(CBinaryDocument* target) {
     if (!name || !*name) return nullptr;
     CNodeRef copy = target->NewNode();
     copy->BecomeElement(name);
-    if (IsElement(m_record)) {
+    const unsigned char* original = Record();
+    if (IsElement(original)) {
         CopyElementTexts(*copy);
-    } else if (m_record) {
+    } else if (original) {
         const TextView text(GetValue());
         unsigned char record[kTextBytes];
-        WriteTextRecord(record, *m_record, target->Words().AddWord(text, false));
+        WriteTextRecord(record, *original, target->Words().AddWord(text, false));
         copy->SetOwnRecord(record, sizeof(record));
         copy->State()->value.Set(GetValue());
     }
@@ -231,18 +229,19 @@ CNodeRef CBinNode::CopyAlone(CBinaryDocument* target) {
 }
 
 void CBinNode::CopyElementTexts(CBinNode& copy) {
-    const CBinaryDocument* document = Document();
+    const Look look = LookUp();
+    const CBinaryDocument* document = look.document;
     CNodeState& state = *copy.State();
-    for (std::uint32_t i = 0; i < AttrCountOf(m_record); ++i) {
+    for (std::uint32_t i = 0; i < AttrCountOf(look.record); ++i) {
         if (!state.attrs) state.attrs = std::make_unique<CAttrList>();
-        const unsigned char* entry = AttrEntryOf(m_record, i);
+        const unsigned char* entry = AttrEntryOf(look.record, i);
         state.attrs->Add(document->GetWord(ReadU32(entry)), document->GetWord(ReadU32(entry + kAttrValueOffset)));
     }
-    const std::uint32_t ownWord = ReadU32(m_record + kOwnValueOffset);
+    const std::uint32_t ownWord = ReadU32(look.record + kOwnValueOffset);
     if (static_cast<std::int32_t>(ownWord) < 0) return;
-    const bool isHeld = State() && State()->holdsTexts;
-    state.value.Set(isHeld ? State()->ownValue.Get() : document->GetWord(ownWord));
-    WriteU32(copy.m_record + kOwnValueOffset, copy.Document()->Words().AddWord(state.value.View(), false));
+    const bool isHeld = look.state && look.state->holdsTexts;
+    state.value.Set(isHeld ? look.state->ownValue.Get() : document->GetWord(ownWord));
+    WriteU32(state.record + kOwnValueOffset, copy.Document()->Words().AddWord(state.value.View(), false));
 }
 
 bool CBinNode::IsEqual(IBinNode** other, bool deep) {
@@ -262,7 +261,7 @@ bool CBinNode::Compare(CBinNode* a, CBinNode* b, bool deep) {
         if (!a->EqualsAlone(*b)) return false;
         if (!deep) return true;
         // Both trees have the same shape up to here, so one way through the first serves for both.
-        if (IsElement(a->m_record) && a->ListCount() > 0) {
+        if (IsElement(a->Record()) && a->ListCount() > 0) {
             a->MakeChildren();
             b->MakeChildren();
             a = a->FirstMadeChild();
@@ -306,12 +305,13 @@ bool CBinNode::EqualsAlone(CBinNode& other) {
 
 // As an attribute pair answers, without making one.
 CBinNode::AttrTexts CBinNode::AttrAt(std::uint32_t index) const {
-    const std::uint32_t recordCount = AttrCountOf(m_record);
+    const Look look = LookUp();
+    const std::uint32_t recordCount = AttrCountOf(look.record);
     if (index < recordCount) {
-        const unsigned char* entry = AttrEntryOf(m_record, index);
-        const CWordDict& words = Document()->Words();
+        const unsigned char* entry = AttrEntryOf(look.record, index);
+        const CWordDict& words = look.document->Words();
         return {words.GetWordOrNull(ReadI32(entry)), words.GetWordOrNull(ReadI32(entry + kAttrValueOffset))};
     }
-    const CPendingAttr* attr = State()->attrs->At(index - recordCount);
+    const CPendingAttr* attr = look.state->attrs->At(index - recordCount);
     return {attr->name.Get(), attr->value.Get()};
 }

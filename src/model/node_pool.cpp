@@ -1,17 +1,20 @@
 #include "model/node_pool.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
-#include "model/document.h"
-#include "model/node_state.h"
+#include "model/node_access.h"
 
 static_assert(sizeof(CNodeSlab) % alignof(CBinNode) == 0);
 
-void CNodeSlab::Unkeep() {
-    if (--keepCount == 0 && !document) Unhold();
-}
+namespace {
+
+// A place has 31 bits, and no block is larger than pointers can be apart.
+constexpr std::uint64_t kMostSlabBytes = std::min<std::uint64_t>(std::uint64_t{1} << 33, PTRDIFF_MAX);
+
+}  // namespace
 
 void CNodeSlab::Unhold() {
     if (holdCount.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
@@ -30,20 +33,21 @@ CNodePool::~CNodePool() {
 CNodeSlab* CNodePool::AddSlab(std::uint32_t capacity) {
     Sweep();
     const std::uint64_t byteCount = sizeof(CNodeSlab) + std::uint64_t{capacity} * sizeof(CBinNode);
-    void* memory = byteCount <= PTRDIFF_MAX ? std::malloc(static_cast<std::size_t>(byteCount)) : nullptr;
+    void* memory = byteCount <= kMostSlabBytes ? std::malloc(static_cast<std::size_t>(byteCount)) : nullptr;
     if (!memory) throw std::bad_alloc();
-    m_slabs = new (memory) CNodeSlab{m_document, m_slabs, capacity, 0, 0, m_generation, 0, 1};
+    m_slabs = new (memory) CNodeSlab{m_document, m_slabs, capacity, 0, 0, 0, m_generation, 0, 1};
     if (m_nextCapacity < kLastCapacity) m_nextCapacity *= 2;
     return m_slabs;
 }
 
-CBinNode* CNodePool::Allocate(std::uint32_t count) {
-    if (count == 1 && m_freeCells) {
-        CBinNode* cell = m_freeCells;
-        m_freeCells = cell->m_parent;
-        cell->m_parent = nullptr;
-        return cell;
-    }
+CBinNode* CNodePool::Allocate() {
+    if (!m_freeCells) return CutRun(1).Make(0);
+    CBinNode* cell = m_freeCells;
+    m_freeCells = cell->m_parent;
+    return new (static_cast<void*>(cell)) CBinNode(cell->m_place);
+}
+
+CNodeRun CNodePool::CutRun(std::uint32_t count) {
     CNodeSlab* slab = m_current;
     if (!slab || slab->capacity - slab->used < count) {
         // A large run has a slab of its own, and the current one goes on.
@@ -52,30 +56,25 @@ CBinNode* CNodePool::Allocate(std::uint32_t count) {
         if (!isLargeRun) m_current = slab;
     }
     CBinNode* first = slab->Cell(slab->used);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        CBinNode* node = new (static_cast<void*>(first + i)) CBinNode;
-        node->m_cell = slab->used + i;
-    }
+    const std::size_t place = sizeof(CNodeSlab) + std::size_t{slab->used} * sizeof(CBinNode);
     slab->used += count;
     slab->cellCount += count;
-    return first;
+    return {first, static_cast<std::uint32_t>(place / CBinNode::kPlaceUnit)};
 }
 
 void CNodePool::Free(CBinNode* node) {
     CNodeSlab* slab = node->Slab();
-    ++node->m_serial;
-    node->m_record = nullptr;
+    node->m_offset = CBinNode::kNoRecord;
     node->m_links = links::kGone;
     if (node->IsGuest()) {
         slab->Unhold();
         return;
     }
     CNodePool& pool = slab->document->Pool();
-    if (slab->generation != pool.m_generation) {
+    if (slab->generation != pool.m_generation || slab->pairCount > 0) {
         --slab->cellCount;
         return;
     }
-    node->m_links = 0;
     node->m_parent = pool.m_freeCells;
     pool.m_freeCells = node;
 }

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "model/node.h"
 
@@ -16,10 +17,11 @@ struct CNodeSlab {
     CBinaryDocument* document;  // null once it is gone, or has only guests left here
     CNodeSlab* next;
     std::uint32_t capacity;
-    std::uint32_t used;                    // cells cut so far
-    std::uint32_t cellCount;               // of those, the document's nodes and the cells it may use again
-    std::uint32_t generation;              // of the pool when the slab was made
-    std::uint64_t keepCount;               // the document's nodes held from outside, and pairs on them
+    std::uint32_t used;        // cells cut so far
+    std::uint32_t pairCount;   // attribute pairs among what is kept: while there are any, no cell is used again
+    std::uint32_t cellCount;   // of those, the document's nodes and the cells it may use again
+    std::uint32_t generation;  // of the pool when the slab was made
+    std::uint64_t keepCount;   // the document's nodes held from outside, and pairs on them
     std::atomic<std::uint32_t> holdCount;  // of the pool or what it keeps: one; of each guest, and of each pair on one
 
     static CNodeSlab* Of(CBinNode* node) { return node->Slab(); }
@@ -27,12 +29,28 @@ struct CNodeSlab {
     CBinNode* Cell(std::uint32_t index) { return reinterpret_cast<CBinNode*>(this + 1) + index; }
 
     void Keep() { ++keepCount; }
+    void KeepForPair() { ++pairCount, Keep(); }
+    void UnkeepForPair() { --pairCount, Unkeep(); }
     /// Gives up one that is kept: when it was the last and the document is gone, the pool's hold.
-    void Unkeep();
+    void Unkeep() {
+        if (--keepCount == 0 && !document) Unhold();
+    }
 
     void Hold() { holdCount.fetch_add(1, std::memory_order_relaxed); }
     /// Frees the slab when this was the last hold.
     void Unhold();
+};
+
+/// Cells side by side that are not nodes yet.
+struct CNodeRun {
+    CBinNode* first;
+    std::uint32_t place;  // of the first cell
+
+    /// Makes the cell at `index` a bare node.
+    CBinNode* Make(std::uint32_t index) const {
+        constexpr std::uint32_t kStep = sizeof(CBinNode) / CBinNode::kPlaceUnit;
+        return new (static_cast<void*>(first + index)) CBinNode(place + index * kStep);
+    }
 };
 
 class CNodePool {
@@ -42,8 +60,10 @@ public:
     CNodePool& operator=(const CNodePool&) = delete;
     ~CNodePool();
 
-    /// `count` new bare nodes side by side. Throws std::bad_alloc.
-    CBinNode* Allocate(std::uint32_t count);
+    /// A new bare node. Throws std::bad_alloc.
+    CBinNode* Allocate();
+    /// `count` cells, of which the caller makes nodes. Throws std::bad_alloc.
+    CNodeRun CutRun(std::uint32_t count);
     /// Takes back a node without state that nobody keeps.
     static void Free(CBinNode* node);
 

@@ -1,4 +1,4 @@
-// What an edited node has beyond its 48 bytes, and the coding of a node's links.
+// What an edited node has beyond its 40 bytes, and the coding of a node's links.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +16,8 @@ inline constexpr std::uintptr_t kUnmade = 1;  // index of the element's span: ch
 inline constexpr std::uintptr_t kList = 2;    // CChildList, owned (in a state's links only)
 inline constexpr std::uintptr_t kState = 2;   // CNodeState, owned; its own links say where the children are
 inline constexpr std::uintptr_t kGone = 3;    // the document is gone
+inline constexpr std::uintptr_t kNotPlain =
+    2;  // in a node's own links, this bit tells kState and kGone from the others
 
 inline std::uintptr_t Unmade(std::uint32_t span) {
     return (std::uintptr_t{span} << 2) | kUnmade;
@@ -31,13 +33,17 @@ T* Pointer(std::uintptr_t word) {
 }  // namespace links
 
 struct CNodeState {
-    explicit CNodeState(CBinNode* of, CBinaryDocument* owner);
+    CNodeState(CBinNode* of, CBinaryDocument* owner, unsigned char* itsRecord);
     CNodeState(const CNodeState&) = delete;
     CNodeState& operator=(const CNodeState&) = delete;
     ~CNodeState();
 
+    /// The record is this node's own, not one in the document's block.
+    bool HasOwnRecord() const { return record == smallRecord || (record && record == largeRecord.get()); }
+
     CBinNode* node;
     CBinaryDocument* document;
+    unsigned char* record;           // in the document's block, or one of the two below; null for a bare node
     CNodeState* previous = nullptr;  // in the document's list of states
     CNodeState* next = nullptr;
     std::uintptr_t links = 0;

@@ -5,9 +5,7 @@
 #include <new>
 
 #include "model/attr_table.h"
-#include "model/document.h"
-#include "model/node_state.h"
-#include "model/record_tree.h"
+#include "model/node_access.h"
 
 namespace {
 
@@ -52,7 +50,10 @@ void CRebuild::MakeNodesWithoutRecord() {
     const CRecordTree& tree = m_document.Tree();
     if (tree.unknownCount == 0) return;
     for (CBinNode* node = m_document.Root(); node; node = node->NextMadeInPreOrder(m_document.Root())) {
-        if (node->HasUnmadeChildren() && tree.spans[node->UnmadeSpan()].end == tree.end) node->MakeChildren();
+        if (!node->HasUnmadeChildren()) continue;
+        std::uint32_t span = node->UnmadeSpan();
+        if (tree.SkipSubtree(static_cast<std::uint32_t>(node->Record() - m_document.Block()), span) == tree.end)
+            node->MakeChildren();
     }
 }
 
@@ -65,12 +66,10 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
         record = node.Record();
     }
     const std::size_t offset = m_records.Size();
-    const std::uint32_t span = m_spanCount;
     std::uint32_t writtenCount = 0;
     if (IsElement(record)) {
         EmitElement(record, state);
         writtenCount = node.HasUnmadeChildren() ? node.ListCount() : node.WrittenChildCount();
-        if (writtenCount > 0) ++m_spanCount;
         if (writtenCount != node.ListCount()) {
             WriteU32(m_records.Data() + offset + kChildCountOffset, writtenCount);
             if (isWritten) KeepApart(node, offset, node.ListCount());
@@ -84,13 +83,14 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     if (!isWritten) {
         KeepApart(node, offset, node.ListCount());
         m_records.Truncate(offset);
-        m_spanCount = span;
         return;
     }
-    m_placed.Append({&node, static_cast<std::uint32_t>(offset), span});
+    m_placed.Append({&node, static_cast<std::uint32_t>(offset)});
     if (node.HasUnmadeChildren()) {
         const CRecordTree& tree = m_document.Tree();
-        EmitSlice(record + GetRecordSize(record), tree.bytes.get() + tree.spans[node.UnmadeSpan()].end);
+        std::uint32_t span = node.UnmadeSpan();
+        const std::uint32_t end = tree.SkipSubtree(static_cast<std::uint32_t>(record - m_document.Block()), span);
+        EmitSlice(record + GetRecordSize(record), m_document.Block() + end);
     }
     if (m_records.Size() > 0xFFFFFFF0) throw std::bad_alloc();
 }
@@ -101,7 +101,6 @@ void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) 
         const std::size_t size = static_cast<std::size_t>(GetRecordSize(record));
         if (IsElement(record)) {
             EmitElement(record, nullptr);
-            if (ChildCountOf(record) > 0) ++m_spanCount;
         } else {
             const std::uint32_t word = MapWord(ReadU32(record + kWordOffset));
             WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
@@ -212,17 +211,24 @@ void CRebuild::Commit() {
     tree.bytes = SharedBytes(bytes, std::free);
 
     // From here on nothing fails.
+    std::uint32_t span = 0;  // the first at or behind what is placed, which comes in order
     for (const Placed& placed : m_placed) {
         ClearEdits(*placed.node);
-        placed.node->m_record = bytes + placed.offset;
-        if (placed.node->HasUnmadeChildren()) placed.node->Links() = links::Unmade(placed.span);
+        while (span < tree.spans.Size() && tree.spans[span].offset < placed.offset) ++span;
+        if (placed.node->HasUnmadeChildren()) placed.node->Links() = links::Unmade(span);
+        if (CNodeState* state = placed.node->State()) {
+            state->record = bytes + placed.offset;
+        } else {
+            placed.node->m_offset = placed.offset;
+        }
     }
     for (Apart& apart : m_apart) {
         ClearEdits(*apart.node);
-        apart.node->m_record = apart.record.get();
-        apart.node->State()->largeRecord = std::move(apart.record);
+        CNodeState& state = *apart.node->State();
+        state.record = apart.record.get();
+        state.largeRecord = std::move(apart.record);
     }
-    for (const Placed& placed : m_placed) DropIdleState(*placed.node);
+    for (const Placed& placed : m_placed) DropIdleState(placed);
     m_document.Replace(std::move(m_newWords), std::move(tree));
 }
 
@@ -237,13 +243,14 @@ void CRebuild::ClearEdits(CBinNode& node) {
     state->isStored = false;
 }
 
-// Edits are over: back to 48 bytes, unless the state names the node's document or its children.
-void CRebuild::DropIdleState(CBinNode& node) {
+// Edits are over: back to 40 bytes, unless the state names the node's document or its children.
+void CRebuild::DropIdleState(const Placed& placed) {
+    CBinNode& node = *placed.node;
     CNodeState* state = node.State();
-    if (!state || node.m_record == state->largeRecord.get()) return;
+    if (!state || state->HasOwnRecord()) return;
     state->largeRecord.reset();
     if (node.IsGuest() || (state->links & links::kKindMask) == links::kList) return;
-    const std::uintptr_t word = state->links;
+    node.m_offset = placed.offset;
+    node.m_links = state->links;
     delete state;
-    node.m_links = word;
 }

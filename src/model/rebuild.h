@@ -27,7 +27,6 @@ private:
     struct Placed {
         CBinNode* node;
         std::uint32_t offset;
-        std::uint32_t span;  // its element's span in the new tree, where its children are not made
     };
     // A made node whose new record is its own: one that is not written because a node above it is no element, or an
     // element of which not all children are written.
@@ -46,7 +45,7 @@ private:
     std::uint32_t MapWord(std::uint32_t word);
     void Commit();
     static void ClearEdits(CBinNode& node);
-    static void DropIdleState(CBinNode& node);
+    static void DropIdleState(const Placed& placed);
 
     CBinaryDocument& m_document;
     CWordDict& m_oldWords;
@@ -54,7 +53,6 @@ private:
     CGrowArray<std::uint32_t> m_wordMap;   // old index to new, kNoWord where not met yet
     CGrowArray<unsigned char> m_isFolded;  // of each old word, once known: whether it is in lower case
     CGrowArray<unsigned char> m_records;
-    std::uint32_t m_spanCount = 0;
     CGrowArray<Placed> m_placed;
     std::vector<Apart> m_apart;
 };

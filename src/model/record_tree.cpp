@@ -7,6 +7,10 @@ namespace {
 // Offsets are 32 bits wide.
 constexpr std::uint64_t kMostBytes = 0xFFFFFFF0;
 
+// A subtree of at most so many bytes is skipped by reading it, which costs about what reading a span costs: a dozen
+// records at most.
+constexpr std::uint32_t kSmallSubtreeBytes = 128;
+
 // An element whose children are being read.
 struct OpenElement {
     std::uint32_t offset;     // of its record
@@ -54,13 +58,15 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
             const std::uint32_t childCount = ChildCountOf(record);
             const std::uint32_t offset = static_cast<std::uint32_t>(cursor);
             cursor += size;
-            if (childCount > 0) {
+            if (childCount == 1 && byteCount - cursor >= kTextBytes && IsText(bytes + cursor)) {
+                cursor += kTextBytes;  // the most common shape of all, and nothing to remember
+            } else if (childCount > 0) {
                 pending += childCount;
                 if (pending > byteCount - cursor) return false;
                 if (!open.IsEmpty()) open.Back().remaining = remaining;
                 remaining = childCount;
                 open.Append({offset, childCount, static_cast<std::uint32_t>(tree.spans.Size())});
-                tree.spans.Append({0, 0});
+                tree.spans.Append({offset, 0, 0});
             }
         } else {
             if (!open.IsEmpty()) {
@@ -72,8 +78,13 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
         }
         // Close what is complete.
         while (remaining == 0 && !open.IsEmpty()) {
-            tree.spans[open.Back().span] = {static_cast<std::uint32_t>(cursor),
-                                            static_cast<std::uint32_t>(tree.spans.Size())};
+            const OpenElement& element = open.Back();
+            const std::uint32_t end = static_cast<std::uint32_t>(cursor);
+            if (end - element.offset <= kSmallSubtreeBytes) {
+                tree.spans.Truncate(element.span);
+            } else {
+                tree.spans[element.span] = {element.offset, end, static_cast<std::uint32_t>(tree.spans.Size())};
+            }
             open.Truncate(open.Size() - 1);
             if (!open.IsEmpty()) remaining = open.Back().remaining;
         }
@@ -85,4 +96,19 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
     tree.begin = static_cast<std::uint32_t>(begin);
     tree.end = static_cast<std::uint32_t>(cursor);
     return true;
+}
+
+// The subtree has been scanned: nothing in it runs past its end.
+std::uint32_t CRecordTree::SkipSmallSubtree(std::uint32_t offset) const {
+    const unsigned char* all = bytes.get();
+    for (std::uint64_t left = 1; left > 0 && offset < end; --left) {
+        const unsigned char* record = all + offset;
+        if (*record == kElement) {
+            left += ChildCountOf(record);
+            offset += static_cast<std::uint32_t>(kElementBytes + kAttrEntryBytes * AttrCountOf(record));
+        } else {
+            offset += static_cast<std::uint32_t>(kTextBytes);
+        }
+    }
+    return offset;
 }

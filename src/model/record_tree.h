@@ -6,11 +6,13 @@
 #include "model/grow_array.h"
 #include "model/word_dict.h"
 
-/// The subtree of one element that has children. Spans stand in the order of the elements' records, so the span of an
-/// element's first child that has children comes right after the element's own.
+/// Where the subtree of one element ends. Only subtrees that would take long to skip have a span: it then costs memory
+/// by their number, not by the number of elements. Spans stand in the order of the elements' records, so the span of
+/// an element's first descendant that has one comes right after the element's own.
 struct Span {
-    std::uint32_t end;   // offset behind the subtree's last record
-    std::uint32_t next;  // index of the first span behind the subtree
+    std::uint32_t offset;  // of the element's record
+    std::uint32_t end;     // offset behind the subtree's last record
+    std::uint32_t next;    // index of the first span behind the subtree
 };
 
 /// An element whose last children have no record, because the reader met a record of unknown type.
@@ -29,6 +31,22 @@ struct CRecordTree {
     std::uint64_t unknownCount = 0;  // children without a record
 
     bool IsEmpty() const { return begin == end; }
+
+    /// Offset behind the subtree of the record at `offset`. `span` is the index of the first span at or behind that
+    /// offset, and becomes that of the first behind the subtree.
+    std::uint32_t SkipSubtree(std::uint32_t offset, std::uint32_t& span) const {
+        if (span == spans.Size() || spans[span].offset != offset) return SkipSmallSubtree(offset);
+        const Span& found = spans[span];
+        span = found.next;
+        return found.end;
+    }
+    /// The index of the first span inside the subtree of the record at `offset`, by that of the first at or behind it.
+    std::uint32_t SpanInside(std::uint32_t offset, std::uint32_t span) const {
+        return span < spans.Size() && spans[span].offset == offset ? span + 1 : span;
+    }
+
+private:
+    std::uint32_t SkipSmallSubtree(std::uint32_t offset) const;
 };
 
 /// Checks the records of one tree that starts at `begin`, in bytes that end at `byteCount`, and fills in everything but

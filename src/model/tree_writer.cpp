@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "model/document.h"
-#include "model/layout.h"
+#include "model/node_access.h"
 #include "platform/file.h"
 
 namespace {
@@ -49,7 +48,8 @@ void WriteTree(COutputFile& file, const CBinaryDocument& document) {
         const unsigned char* record = node->Record();
         if (node->HasUnmadeChildren()) {
             const std::uint32_t offset = static_cast<std::uint32_t>(record - tree.bytes.get());
-            WriteSlice(file, tree, offset, tree.spans[node->UnmadeSpan()].end);
+            std::uint32_t span = node->UnmadeSpan();
+            WriteSlice(file, tree, offset, tree.SkipSubtree(offset, span));
         } else if (IsElement(record)) {
             WriteElement(file, *node);
             node = node->NextMadeInPreOrder(root);
