@@ -1,7 +1,7 @@
 #include "model/layout.h"
 
 #include <algorithm>
-#include <vector>
+#include <optional>
 
 #include "platform/file.h"
 
@@ -21,7 +21,13 @@ void WriteTextRecord(unsigned char* record, unsigned char type, std::uint32_t te
 bool WriteDictionary(COutputFile& file, const CWordDict& words) {
     const std::uint32_t wordCount = words.GetWordCount();
     file.Write(&wordCount, sizeof(wordCount));
+    bool mayCopy = true;
     for (std::uint32_t i = 0; i < wordCount; ++i) {
+        for (std::size_t size = 1; mayCopy && size > 0; file.Advance(size)) {
+            const std::optional<std::size_t> copied = words.CopyEntries(i, file.Room(), COutputFile::kRoomBytes);
+            mayCopy = copied.has_value();
+            size = copied.value_or(0);
+        }
         const TextView word = words.GetWordView(i);
         const std::uint32_t length = static_cast<std::uint32_t>(word.size() * sizeof(WCHAR));
         file.Write(&length, sizeof(length));

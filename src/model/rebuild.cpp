@@ -25,6 +25,7 @@ CRebuild::CRebuild(CBinaryDocument& document) : m_document(document), m_oldWords
     m_isFolded.Reserve(wordCount);
     m_isFolded.ExtendFilled(wordCount, kUnknownFolding);
     m_records.Reserve(m_document.Tree().end - m_document.Tree().begin);
+    m_newWords.PrepareRebuildOf(m_oldWords);
 }
 
 void CRebuild::Run() {
@@ -98,14 +99,39 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
 // Records of which no nodes were ever made.
 void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) {
     while (record != end) {
-        const std::size_t size = static_cast<std::size_t>(GetRecordSize(record));
         if (IsElement(record)) {
-            EmitElement(record, nullptr);
+            EmitUnedited(record);
+            record += GetRecordSize(record);
         } else {
             const std::uint32_t word = MapWord(ReadU32(record + kWordOffset));
             WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
+            record += kTextBytes;
         }
-        record += size;
+    }
+}
+
+// As EmitElement does without a state: the same words in the same order.
+void CRebuild::EmitUnedited(const unsigned char* element) {
+    const std::uint32_t attrCount = AttrCountOf(element);
+    if (attrCount > 0 && !IsTableCanonical(element)) {
+        EmitElement(element, nullptr);
+        return;
+    }
+    unsigned char* target = m_records.Extend(kElementBytes + kAttrEntryBytes * std::size_t{attrCount});
+    const std::uint32_t nameWord = ReadU32(element + kWordOffset);
+    const std::uint32_t name = attrCount > 0 ? MapWord(nameWord) : MapUnlessEmpty(nameWord);
+    WriteElementRecord(target, name, MapUnlessEmpty(ReadU32(element + kOwnValueOffset)));
+    WriteU32(target + kAttrCountOffset, attrCount);
+    std::memcpy(target + kChildCountOffset, element + kChildCountOffset, sizeof(std::uint32_t));
+    MapEntries(element, target + kElementBytes);
+}
+
+void CRebuild::MapEntries(const unsigned char* element, unsigned char* target) {
+    const unsigned char* entry = AttrEntryOf(element, 0);
+    const unsigned char* end = AttrEntryOf(element, AttrCountOf(element));
+    for (; entry != end; entry += kAttrEntryBytes, target += kAttrEntryBytes) {
+        WriteU32(target, MapWord(ReadU32(entry)));
+        WriteU32(target + kAttrValueOffset, MapWord(ReadU32(entry + kAttrValueOffset)));
     }
 }
 
@@ -119,14 +145,12 @@ void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state)
     const std::uint32_t nameWord = ReadU32(record + kWordOffset);
     const std::uint32_t ownWord = ReadU32(record + kOwnValueOffset);
     const auto addOwnValue = [&]() -> std::uint32_t {
-        const TextView text(isHeld ? state->ownValue.Get() : m_document.GetWord(ownWord));
-        if (text.empty()) return kNoWord;
-        return isHeld ? m_newWords.AddWord(text, false) : MapWord(ownWord);
+        if (!isHeld) return MapUnlessEmpty(ownWord);
+        return state->ownValue.IsEmpty() ? kNoWord : m_newWords.AddWord(state->ownValue.View(), false);
     };
     const auto addName = [&]() -> std::uint32_t {
-        const TextView text(isRenamed ? state->name.Get() : m_document.GetWord(nameWord));
-        if (text.empty()) return kNoWord;
-        return isRenamed ? m_newWords.AddWord(text, false) : MapWord(nameWord);
+        if (!isRenamed) return MapUnlessEmpty(nameWord);
+        return state->name.IsEmpty() ? kNoWord : m_newWords.AddWord(state->name.View(), false);
     };
 
     const bool hasAttrs = state && state->attrs ? true : AttrCountOf(record) > 0;
@@ -154,12 +178,7 @@ std::uint32_t CRebuild::EmitAttrs(const unsigned char* record, const CNodeState*
     if (state && state->attrs) return EmitAttrList(*state->attrs);
     if (!IsTableCanonical(record)) return EmitAttrList(*LoadAttrList(record, m_oldWords));
     const std::uint32_t count = AttrCountOf(record);
-    unsigned char* target = m_records.Extend(kAttrEntryBytes * std::size_t{count});
-    for (std::uint32_t i = 0; i < count; ++i, target += kAttrEntryBytes) {
-        const unsigned char* entry = AttrEntryOf(record, i);
-        WriteU32(target, MapWord(ReadU32(entry)));
-        WriteU32(target + kAttrValueOffset, MapWord(ReadU32(entry + kAttrValueOffset)));
-    }
+    MapEntries(record, m_records.Extend(kAttrEntryBytes * std::size_t{count}));
     return count;
 }
 
@@ -171,27 +190,47 @@ std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
 // Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would
 // change nothing but the indexes. (Every table that this library has saved is so.)
 bool CRebuild::IsTableCanonical(const unsigned char* record) {
-    const WCHAR* previous = nullptr;
-    for (std::uint32_t i = 0; i < AttrCountOf(record); ++i) {
-        const std::uint32_t word = ReadU32(AttrEntryOf(record, i));
-        const WCHAR* name = m_oldWords.GetWord(word);
-        if (word < m_isFolded.Size()) {
-            if (m_isFolded[word] == kUnknownFolding) m_isFolded[word] = IsFolded(name) ? kFolded : kNotFolded;
-            if (m_isFolded[word] == kNotFolded) return false;
-        } else if (!IsFolded(name)) {
-            return false;
+    const unsigned char* entry = AttrEntryOf(record, 0);
+    const unsigned char* end = AttrEntryOf(record, AttrCountOf(record));
+    std::uint32_t previous = ReadU32(entry);
+    if (!IsFoldedWord(previous)) return false;
+    for (entry += kAttrEntryBytes; entry != end; entry += kAttrEntryBytes) {
+        const std::uint32_t word = ReadU32(entry);
+        if (word == previous) return false;
+        const std::uint64_t pair = std::uint64_t{previous} << 32 | word;  // never 0, as a place not yet used is
+        std::uint64_t& known = m_ascending[(previous * 31 + word) % kKnownPairs];
+        if (known != pair) {
+            if (!IsFoldedWord(word)) return false;
+            if (CompareTexts(m_oldWords.GetWord(previous), m_oldWords.GetWord(word)) >= 0) return false;
+            known = pair;
         }
-        if (previous && CompareTexts(previous, name) >= 0) return false;
-        previous = name;
+        previous = word;
     }
     return true;
 }
 
+bool CRebuild::IsFoldedWord(std::uint32_t word) {
+    if (word >= m_isFolded.Size()) return true;  // reads as the empty text
+    if (m_isFolded[word] == kUnknownFolding) {
+        m_isFolded[word] = IsFolded(m_oldWords.GetWord(word)) ? kFolded : kNotFolded;
+    }
+    return m_isFolded[word] == kFolded;
+}
+
 // An index past the end reads as the empty text.
-std::uint32_t CRebuild::MapWord(std::uint32_t word) {
-    if (word >= m_wordMap.Size()) return m_newWords.AddWord(TextView(), false);
-    if (m_wordMap[word] == kNoWord) m_wordMap[word] = m_newWords.AddWord(m_oldWords.GetWordView(word), false);
-    return m_wordMap[word];
+std::uint32_t CRebuild::MapNewWord(std::uint32_t word) {
+    if (word >= m_wordMap.Size()) return m_emptyWord = m_newWords.AddWord(TextView(), false);
+    const std::uint32_t index = m_newWords.AddWordOf(m_oldWords, word);
+    m_wordMap[word] = index;
+    if (*m_oldWords.GetWord(word) == 0) m_emptyWord = index;
+    return index;
+}
+
+// No word for the empty text.
+std::uint32_t CRebuild::MapUnlessEmpty(std::uint32_t word) {
+    if (word >= m_wordMap.Size()) return kNoWord;
+    if (m_wordMap[word] != kNoWord) return m_wordMap[word] == m_emptyWord ? kNoWord : m_wordMap[word];
+    return *m_oldWords.GetWord(word) == 0 ? kNoWord : MapNewWord(word);
 }
 
 void CRebuild::KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount) {
@@ -204,6 +243,7 @@ void CRebuild::KeepApart(CBinNode& node, std::size_t offset, std::uint32_t child
 }
 
 void CRebuild::Commit() {
+    m_newWords.FinishRebuild();
     CRecordTree tree;
     m_records.MakeRoom(1);  // an empty tree, too, has a block
     if (!m_records.IsEmpty() && !ScanRecords(m_records.Data(), 0, m_records.Size(), tree)) throw std::bad_alloc();

@@ -40,9 +40,17 @@ private:
     void EmitElement(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrs(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrList(const CAttrList& attrs);
+    void MapEntries(const unsigned char* element, unsigned char* target);
     bool IsTableCanonical(const unsigned char* record);
+    bool IsFoldedWord(std::uint32_t word);
     void KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount);
-    std::uint32_t MapWord(std::uint32_t word);
+    void EmitUnedited(const unsigned char* element);
+    std::uint32_t MapWord(std::uint32_t word) {
+        if (word < m_wordMap.Size() && m_wordMap[word] != kNoWord) return m_wordMap[word];
+        return MapNewWord(word);
+    }
+    std::uint32_t MapNewWord(std::uint32_t word);
+    std::uint32_t MapUnlessEmpty(std::uint32_t word);
     void Commit();
     static void ClearEdits(CBinNode& node);
     static void DropIdleState(const Placed& placed);
@@ -52,6 +60,10 @@ private:
     CWordDict m_newWords;
     CGrowArray<std::uint32_t> m_wordMap;   // old index to new, kNoWord where not met yet
     CGrowArray<unsigned char> m_isFolded;  // of each old word, once known: whether it is in lower case
+    std::uint32_t m_emptyWord = kNoWord;   // the empty text's new index, once it has one
+    // Pairs of old words that are known to be in ascending order: elements of one kind have the same attributes.
+    static constexpr std::size_t kKnownPairs = 256;
+    std::uint64_t m_ascending[kKnownPairs] = {};
     CGrowArray<unsigned char> m_records;
     CGrowArray<Placed> m_placed;
     std::vector<Apart> m_apart;

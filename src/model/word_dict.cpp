@@ -1,10 +1,13 @@
 #include "model/word_dict.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <random>
 
 #include "model/layout.h"
 #include "model/text_hash.h"
+#include "platform/unit_mask.h"
 
 std::int32_t g_lower = 0;
 
@@ -12,7 +15,7 @@ namespace {
 
 constexpr std::size_t kFirstSlotCount = 32;
 
-// Units in front of an arena word, where the file has the length field.
+// In front of a word: in the arena its length in units, in the block what is left of a length field.
 constexpr std::size_t kLengthUnits = 2;
 
 // With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on
@@ -24,30 +27,67 @@ constexpr int kMostReseeds = 4;
 
 TextView CWordDict::GetWordView(std::uint32_t index) const {
     const WCHAR* text = TextAt(index);
-    if (index < m_blockWordCount) return ViewOf(text);
-    const std::size_t end = index + 1 < m_offsets.Size() ? m_offsets[index + 1] - kLengthUnits : m_arena.Size() - 1;
-    return TextView(text, end - m_offsets[index]);
+    if ((m_offsets[index] & kArenaMark) == 0) return ViewOf(text);
+    std::uint32_t length;
+    std::memcpy(&length, text - kLengthUnits, sizeof(length));
+    return TextView(text, length);
 }
 
 std::uint32_t CWordDict::AppendWord(TextView text) {
     text = text.substr(0, text.find(WCHAR(0)));
     const std::uint32_t index = GetWordCount();
-    // The zero unit at the end becomes the first half of this word's length field.
-    const std::size_t start = m_arena.IsEmpty() ? kLengthUnits : m_arena.Size() + kLengthUnits - 1;
-    if (index >= kAliasMark || start + text.size() >= 0xFFFFFFFF) throw std::bad_alloc();
+    const std::size_t start = m_arena.Size() + kLengthUnits;
+    if (index >= kAliasMark || start + text.size() >= kArenaMark) throw std::bad_alloc();
 
     const bool isOwnText = text.data() >= m_arena.begin() && text.data() < m_arena.end();
     const std::size_t ownOffset = isOwnText ? static_cast<std::size_t>(text.data() - m_arena.begin()) : 0;
     m_offsets.MakeRoom(1);
-    m_arena.Extend(start + text.size() + 1 - m_arena.Size());
+    m_arena.Extend(kLengthUnits + text.size() + 1);
     if (isOwnText) text = TextView(m_arena.Data() + ownOffset, text.size());
     WCHAR* target = m_arena.Data() + start;
+    const std::uint32_t length = static_cast<std::uint32_t>(text.size());
+    std::memcpy(target - kLengthUnits, &length, sizeof(length));
     if (!text.empty()) std::memcpy(target, text.data(), text.size() * sizeof(WCHAR));
-    target[-1] = 0;
-    target[-2] = 0;
     target[text.size()] = 0;
-    m_offsets.Append(static_cast<std::uint32_t>(start));
+    m_offsets.Append(static_cast<std::uint32_t>(start) | kArenaMark);
     return index;
+}
+
+std::uint32_t CWordDict::AddWordOf(const CWordDict& other, std::uint32_t index) {
+    const TextView text = other.GetWordView(index);
+    const std::uint32_t offset = other.m_offsets[index];
+    if (offset & kArenaMark) return AddWord(text, false);
+    const std::uint32_t hash = HashText(text, m_seed);
+    if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
+    MakeRoomForEntry();
+    m_offsets.Append(offset);
+    m_sharedUnits += kLengthUnits + text.size() + 1;
+    Enter(hash, GetWordCount() - 1);
+    return GetWordCount() - 1;
+}
+
+void CWordDict::PrepareRebuildOf(const CWordDict& other) {
+    m_block = other.m_block;
+    m_blockUnits = other.m_blockUnits;
+    m_blockByteCount = other.m_blockByteCount;
+    m_offsets.Reserve(other.GetWordCount());
+    Rehash(std::bit_ceil(std::size_t{other.GetWordCount()} * 2 + kFirstSlotCount), m_seed);
+}
+
+void CWordDict::FinishRebuild() {
+    if (m_sharedUnits * sizeof(WCHAR) * 2 > m_blockByteCount) return;
+    if (m_sharedUnits > 0) {
+        // The entries of the index name words by number, so they stay right.
+        CWordDict moved;
+        moved.m_offsets.Reserve(GetWordCount());
+        moved.m_arena.Reserve(m_arena.Size() + static_cast<std::size_t>(m_sharedUnits));
+        for (std::uint32_t i = 0; i < GetWordCount(); ++i) moved.AppendWord(GetWordView(i));
+        m_offsets.swap(moved.m_offsets);
+        m_arena.swap(moved.m_arena);
+    }
+    m_block.reset();
+    m_blockUnits = nullptr;
+    m_blockByteCount = 0;
 }
 
 std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
@@ -55,8 +95,7 @@ std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
     const std::uint32_t hash = HashText(text, m_seed);
     if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
 
-    // Room for the entry first: a word that is in without one, for want of memory, would fill the index up in time.
-    if ((m_entryCount + 1) * 2 > m_slots.Size()) Rehash(m_slots.Size() * 2, m_seed);
+    MakeRoomForEntry();
     if (!fold || g_lower == 0) {
         const std::uint32_t index = AppendWord(text);
         Enter(hash, index);
@@ -90,6 +129,11 @@ std::uint32_t* CWordDict::Find(TextView text, std::uint32_t hash) {
         if (m_slots[i].hash == hash && SlotText(m_slots[i].value) == text) return &m_slots[i].value;
     }
     return nullptr;
+}
+
+// Before the word: one that is in without an entry, for want of memory, would fill the index up in time.
+void CWordDict::MakeRoomForEntry() {
+    if ((m_entryCount + 1) * 2 > m_slots.Size()) Rehash(m_slots.Size() * 2, m_seed);
 }
 
 void CWordDict::Enter(std::uint32_t hash, std::uint32_t value) {
@@ -134,6 +178,7 @@ std::size_t CWordDict::TakeBlock(const SharedBytes& block, std::size_t byteCount
     m_block = block;
     unsigned char* bytes = block.get();
     m_blockUnits = reinterpret_cast<const WCHAR*>(bytes);
+    m_blockByteCount = byteCount;
     if (byteCount < kWordCountBytes) return 0;
     const std::uint32_t wordCount = ReadU32(bytes);
     if (wordCount > kMostWords) return 0;
@@ -156,10 +201,10 @@ std::size_t CWordDict::TakeBlock(const SharedBytes& block, std::size_t byteCount
         // The last word has no length field behind it but the root record; a word of odd length shares its last byte
         // with what follows. These, and all behind the first odd one, move to the arena.
         const std::size_t start = cursor + kWordLengthBytes;
-        inPlace = inPlace && i + 1 < wordCount && length % 2 == 0;
+        inPlace = inPlace && i + 1 < wordCount && length % 2 == 0 && start / sizeof(WCHAR) < kArenaMark;
         if (inPlace) {
             m_offsets.Append(static_cast<std::uint32_t>(start / sizeof(WCHAR)));
-            ++m_blockWordCount;
+            ++m_inOrderCount;
         } else if (length % 2 == 0) {
             AppendWord(TextView(m_blockUnits + start / sizeof(WCHAR), length / sizeof(WCHAR)));
         } else {
@@ -175,4 +220,23 @@ void CWordDict::AppendOddWord(const unsigned char* bytes, std::size_t length) {
     m_scratch.assign((length + 1) / sizeof(WCHAR), WCHAR(0));
     std::memcpy(m_scratch.data(), bytes, length);
     AppendWord(m_scratch);
+}
+
+std::optional<std::size_t> CWordDict::CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const {
+    if (first + 1 >= m_inOrderCount) return 0;
+    // A word ends where the entry of the next one begins, so the last one's end is not known.
+    const std::uint32_t* begin = &m_offsets[first];
+    const std::uint32_t* end = &m_offsets[m_inOrderCount - 1];
+    end = std::upper_bound(begin, end + 1, *begin + size / sizeof(WCHAR)) - 1;
+    const std::size_t byteCount = (*end - *begin) * sizeof(WCHAR);
+    std::memcpy(target, m_blockUnits + *begin - kLengthUnits, byteCount);
+    std::size_t zeroCount = 0;  // of the units, when there are no other ones than in the length fields
+    for (const std::uint32_t* word = begin; word != end; ++word) {
+        const std::uint32_t length = static_cast<std::uint32_t>((word[1] - word[0] - kLengthUnits) * sizeof(WCHAR));
+        std::memcpy(target + (*word - *begin) * sizeof(WCHAR), &length, sizeof(length));
+        zeroCount += std::size_t{(length & 0xFFFF) == 0} + std::size_t{length >> 16 == 0};
+    }
+    if (CountZeroUnits(reinterpret_cast<const WCHAR*>(target), byteCount / sizeof(WCHAR)) != zeroCount) return {};
+    first += static_cast<std::uint32_t>(end - begin);
+    return byteCount;
 }

@@ -1,13 +1,14 @@
 // The word dictionary: every text of a document once, in order; a word's position is its word index.
 //
-// Words lie in two runs. The first words of a loaded document stay where they are in the loaded block; all others
-// follow in an arena of this dictionary. Both have the layout of the file with a zero unit written over the first half
-// of the next word's length field, so a word is a zero-terminated text in place. A word's text stays valid until the
-// next AddWord, AppendWord, Clear or assignment. Memory exhaustion throws std::bad_alloc.
+// The words of a loaded document stay where they are in the loaded block, each ended by a zero unit that is written
+// over the first half of the next word's length field; all others lie in an arena of this dictionary. A dictionary that
+// is rebuilt goes on using the block. A word's text stays valid until the next AddWord, AppendWord, Clear or
+// assignment. Memory exhaustion throws std::bad_alloc.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "model/grow_array.h"
@@ -39,6 +40,15 @@ public:
     /// Appends a word that AddWord will not find: loading does not pay for an index. The text ends at its first zero.
     std::uint32_t AppendWord(TextView text);
 
+    /// As AddWord, without folding, for a word of a dictionary whose block this one shares: a text that lies there is
+    /// not copied.
+    std::uint32_t AddWordOf(const CWordDict& other, std::uint32_t index);
+
+    /// Makes an empty dictionary ready for about as many words as `other` has, and shares its block.
+    void PrepareRebuildOf(const CWordDict& other);
+    /// Lets a shared block go when most of it is not in use.
+    void FinishRebuild();
+
     void Clear() { *this = CWordDict(); }
 
     std::uint32_t GetWordCount() const { return static_cast<std::uint32_t>(m_offsets.Size()); }
@@ -64,6 +74,12 @@ public:
 
     static constexpr std::size_t kBlockSpareBytes = 2;
 
+    /// Puts dictionary entries as the file has them, from that of the word `first` on, into `target`: as many as lie
+    /// side by side in the block and fit into `size` bytes. Gives the bytes that they take, perhaps none, and moves
+    /// `first` on. Nothing when some text has a zero in the file, where it ends: then all words must be asked for one
+    /// by one.
+    std::optional<std::size_t> CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const;
+
 private:
     // A slot of the index. An open-addressing table of these, half empty at least, finds a text's word.
     struct Slot {
@@ -78,13 +94,16 @@ private:
 
     static constexpr WCHAR kEmptyText = 0;
     static constexpr std::uint32_t kAliasMark = 0x80000000;
+    static constexpr std::uint32_t kArenaMark = 0x80000000;  // of an offset
 
     const WCHAR* TextAt(std::uint32_t index) const {
-        return (index < m_blockWordCount ? m_blockUnits : m_arena.Data()) + m_offsets[index];
+        const std::uint32_t offset = m_offsets[index];
+        return (offset & kArenaMark ? m_arena.Data() : m_blockUnits) + (offset & ~kArenaMark);
     }
     TextView SlotText(std::uint32_t value) const;
     std::uint32_t* Find(TextView text, std::uint32_t hash);
     std::uint32_t Resolve(std::uint32_t value) const;
+    void MakeRoomForEntry();
     void Enter(std::uint32_t hash, std::uint32_t value);
     void Rehash(std::size_t slotCount, std::uint64_t seed);
     void Reseed() noexcept;
@@ -92,9 +111,11 @@ private:
 
     SharedBytes m_block;                  // keeps m_blockUnits alive
     const WCHAR* m_blockUnits = nullptr;  // the block, seen as code units
-    std::uint32_t m_blockWordCount = 0;   // words below this index lie in the block
-    CGrowArray<std::uint32_t> m_offsets;  // of each word, in code units, from the block or from the arena
-    CGrowArray<WCHAR> m_arena;            // two units for a length, the text; ends with one zero unit
+    std::size_t m_blockByteCount = 0;
+    std::uint64_t m_sharedUnits = 0;      // of the block, by the words of a rebuild
+    std::uint32_t m_inOrderCount = 0;     // words below this index lie in the block entry behind entry, as in the file
+    CGrowArray<std::uint32_t> m_offsets;  // of each word, in code units: in the block or, marked, in the arena
+    CGrowArray<WCHAR> m_arena;            // of each word two units with its length, the text, a zero unit
     CGrowArray<Slot> m_slots;             // a power of two of them, or none
     std::size_t m_entryCount = 0;
     std::uint64_t m_seed = 0;

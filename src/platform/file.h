@@ -52,6 +52,15 @@ public:
         }
     }
 
+    /// The place in the buffer for what comes next, of kRoomBytes at least; only while the file is open. What has been
+    /// put there is written by a call of Advance.
+    unsigned char* Room() {
+        if (kBufferBytes - m_used < kRoomBytes) Flush();
+        return m_buffer.get() + m_used;
+    }
+    void Advance(std::size_t size) { m_used += size; }
+    static constexpr std::size_t kRoomBytes = 32 * 1024;
+
     /// Whether a write has failed so far.
     bool HasFailed() const { return m_failed; }
 
@@ -59,7 +68,8 @@ public:
     bool Close();
 
 private:
-    static constexpr std::size_t kBufferBytes = 256 * 1024;
+    // Large enough that calls to the system cost nothing, small enough to stay in the cache: fresh memory is not free.
+    static constexpr std::size_t kBufferBytes = 64 * 1024;
 
     void CopyToBuffer(const void* bytes, std::size_t size);
     void WriteSlow(const void* bytes, std::size_t size);

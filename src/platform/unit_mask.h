@@ -63,3 +63,39 @@ inline std::size_t FirstInMask(std::uint64_t mask) {
 inline std::size_t LastInMask(std::uint64_t mask) {
     return kMaskUnits - 1 - static_cast<std::size_t>(std::countl_zero(mask));
 }
+
+/// How many of `count` units are zero.
+inline std::size_t CountZeroUnitsPortable(const WCHAR* units, std::size_t count) {
+    std::size_t zeroCount = 0;
+    for (std::size_t i = 0; i < count; ++i) zeroCount += units[i] == 0 ? 1 : 0;
+    return zeroCount;
+}
+
+#ifdef __SSE2__
+
+inline std::size_t CountZeroUnits(const WCHAR* units, std::size_t count) {
+    constexpr std::size_t kLanes = 8;
+    constexpr std::size_t kMostSteps = 0x7FFF;  // before a lane overflows
+    std::size_t zeroCount = 0;
+    while (count >= kLanes) {
+        const std::size_t steps = count / kLanes < kMostSteps ? count / kLanes : kMostSteps;
+        __m128i lanes = _mm_setzero_si128();
+        for (std::size_t i = 0; i < steps; ++i, units += kLanes) {
+            const __m128i eight = _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(units)));
+            lanes = _mm_sub_epi16(lanes, _mm_cmpeq_epi16(eight, _mm_setzero_si128()));
+        }
+        std::uint16_t sums[kLanes];
+        _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(sums)), lanes);
+        for (const std::uint16_t sum : sums) zeroCount += sum;
+        count -= steps * kLanes;
+    }
+    return zeroCount + CountZeroUnitsPortable(units, count);
+}
+
+#else
+
+inline std::size_t CountZeroUnits(const WCHAR* units, std::size_t count) {
+    return CountZeroUnitsPortable(units, count);
+}
+
+#endif
