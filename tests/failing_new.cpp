@@ -74,6 +74,7 @@ void Uncount(const void* block) {
 extern "C" {
 
 void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 void* SIZED(__real__Znw)(std::size_t size);
@@ -85,6 +86,11 @@ void SIZED(__real__ZdaPv)(void* block, std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
     return MayAllocate() ? Counted(__real_malloc(size)) : nullptr;
+}
+
+// Compilers make one of malloc and memset.
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return MayAllocate() ? Counted(__real_calloc(count, size)) : nullptr;
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {

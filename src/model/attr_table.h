@@ -23,12 +23,13 @@ inline std::unique_ptr<CAttrList> LoadAttrList(const unsigned char* element, con
     return attrs;
 }
 
-/// Writes the list as table entries, adding its texts to `words`, and sorts them.
-inline void StoreAttrList(const CAttrList& attrs, unsigned char* entries, CWordDict& words) {
+/// Writes the list as table entries over `words`, to which add(text, fold) adds a text, and sorts them.
+template <class Add>
+void StoreAttrList(const CAttrList& attrs, unsigned char* entries, const CWordDict& words, Add add) {
     unsigned char* entry = entries;
     for (const CPendingAttr* attr = attrs.First(); attr; attr = attrs.Next(attr), entry += kAttrEntryBytes) {
-        WriteU32(entry, words.AddWord(attr->name.View(), true));
-        WriteU32(entry + kAttrValueOffset, words.AddWord(attr->value.View(), false));
+        WriteU32(entry, add(attr->name.View(), true));
+        WriteU32(entry + kAttrValueOffset, add(attr->value.View(), false));
     }
     SortAttrPairs(entries, attrs.Count(), words);
 }

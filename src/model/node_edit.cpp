@@ -159,7 +159,8 @@ void CBinNode::StoreAttributes(CWordDict& words) {
                                               : document->GetWord(ReadU32(former + kOwnValueOffset)));
     WriteU32(record.Data() + kOwnValueOffset, ownValue.empty() ? kNoWord : words.AddWord(ownValue, false));
     WriteU32(record.Data() + kAttrCountOffset, count);
-    StoreAttrList(*state->attrs, record.Data() + kElementBytes, words);
+    StoreAttrList(*state->attrs, record.Data() + kElementBytes, words,
+                  [&words](TextView text, bool fold) { return words.AddWord(text, fold); });
     SetOwnRecord(record.Data(), record.Size());
     state->attrs.reset();
 

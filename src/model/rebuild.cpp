@@ -18,14 +18,12 @@ bool IsFolded(const WCHAR* text) {
 
 }  // namespace
 
-CRebuild::CRebuild(CBinaryDocument& document) : m_document(document), m_oldWords(document.Words()) {
+CRebuild::CRebuild(CBinaryDocument& document)
+    : m_document(document), m_oldWords(document.Words()), m_map(m_oldWords, m_newWords) {
     const std::size_t wordCount = m_oldWords.GetWordCount();
-    m_wordMap.Reserve(wordCount);
-    m_wordMap.ExtendFilled(wordCount, 0xFF);
     m_isFolded.Reserve(wordCount);
     m_isFolded.ExtendFilled(wordCount, kUnknownFolding);
     m_records.Reserve(m_document.Tree().end - m_document.Tree().begin);
-    m_newWords.PrepareRebuildOf(m_oldWords);
 }
 
 void CRebuild::Run() {
@@ -78,7 +76,7 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     } else {
         const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
         const std::uint32_t word =
-            isHeld ? m_newWords.AddWord(state->value.View(), false) : MapWord(ReadU32(record + kWordOffset));
+            isHeld ? m_map.AddText(state->value.View()) : m_map.Map(ReadU32(record + kWordOffset));
         WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
     }
     if (!isWritten) {
@@ -103,7 +101,7 @@ void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) 
             EmitUnedited(record);
             record += GetRecordSize(record);
         } else {
-            const std::uint32_t word = MapWord(ReadU32(record + kWordOffset));
+            const std::uint32_t word = m_map.Map(ReadU32(record + kWordOffset));
             WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
             record += kTextBytes;
         }
@@ -119,8 +117,8 @@ void CRebuild::EmitUnedited(const unsigned char* element) {
     }
     unsigned char* target = m_records.Extend(kElementBytes + kAttrEntryBytes * std::size_t{attrCount});
     const std::uint32_t nameWord = ReadU32(element + kWordOffset);
-    const std::uint32_t name = attrCount > 0 ? MapWord(nameWord) : MapUnlessEmpty(nameWord);
-    WriteElementRecord(target, name, MapUnlessEmpty(ReadU32(element + kOwnValueOffset)));
+    const std::uint32_t name = attrCount > 0 ? m_map.Map(nameWord) : m_map.MapUnlessEmpty(nameWord);
+    WriteElementRecord(target, name, m_map.MapUnlessEmpty(ReadU32(element + kOwnValueOffset)));
     WriteU32(target + kAttrCountOffset, attrCount);
     std::memcpy(target + kChildCountOffset, element + kChildCountOffset, sizeof(std::uint32_t));
     MapEntries(element, target + kElementBytes);
@@ -130,8 +128,8 @@ void CRebuild::MapEntries(const unsigned char* element, unsigned char* target) {
     const unsigned char* entry = AttrEntryOf(element, 0);
     const unsigned char* end = AttrEntryOf(element, AttrCountOf(element));
     for (; entry != end; entry += kAttrEntryBytes, target += kAttrEntryBytes) {
-        WriteU32(target, MapWord(ReadU32(entry)));
-        WriteU32(target + kAttrValueOffset, MapWord(ReadU32(entry + kAttrValueOffset)));
+        WriteU32(target, m_map.Map(ReadU32(entry)));
+        WriteU32(target + kAttrValueOffset, m_map.Map(ReadU32(entry + kAttrValueOffset)));
     }
 }
 
@@ -145,12 +143,12 @@ void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state)
     const std::uint32_t nameWord = ReadU32(record + kWordOffset);
     const std::uint32_t ownWord = ReadU32(record + kOwnValueOffset);
     const auto addOwnValue = [&]() -> std::uint32_t {
-        if (!isHeld) return MapUnlessEmpty(ownWord);
-        return state->ownValue.IsEmpty() ? kNoWord : m_newWords.AddWord(state->ownValue.View(), false);
+        if (!isHeld) return m_map.MapUnlessEmpty(ownWord);
+        return state->ownValue.IsEmpty() ? kNoWord : m_map.AddText(state->ownValue.View());
     };
     const auto addName = [&]() -> std::uint32_t {
-        if (!isRenamed) return MapUnlessEmpty(nameWord);
-        return state->name.IsEmpty() ? kNoWord : m_newWords.AddWord(state->name.View(), false);
+        if (!isRenamed) return m_map.MapUnlessEmpty(nameWord);
+        return state->name.IsEmpty() ? kNoWord : m_map.AddText(state->name.View());
     };
 
     const bool hasAttrs = state && state->attrs ? true : AttrCountOf(record) > 0;
@@ -158,7 +156,7 @@ void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state)
     std::uint32_t ownValue = kNoWord;
     std::uint32_t attrCount = 0;
     if (hasAttrs) {
-        const std::uint32_t formerName = MapWord(nameWord);
+        const std::uint32_t formerName = m_map.Map(nameWord);
         ownValue = addOwnValue();
         attrCount = EmitAttrs(record, state);
         name = addName();
@@ -183,7 +181,8 @@ std::uint32_t CRebuild::EmitAttrs(const unsigned char* record, const CNodeState*
 }
 
 std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
-    StoreAttrList(attrs, m_records.Extend(kAttrEntryBytes * std::size_t{attrs.Count()}), m_newWords);
+    unsigned char* entries = m_records.Extend(kAttrEntryBytes * std::size_t{attrs.Count()});
+    StoreAttrList(attrs, entries, m_newWords, [this](TextView text, bool) { return m_map.AddText(text); });
     return attrs.Count();
 }
 
@@ -215,22 +214,6 @@ bool CRebuild::IsFoldedWord(std::uint32_t word) {
         m_isFolded[word] = IsFolded(m_oldWords.GetWord(word)) ? kFolded : kNotFolded;
     }
     return m_isFolded[word] == kFolded;
-}
-
-// An index past the end reads as the empty text.
-std::uint32_t CRebuild::MapNewWord(std::uint32_t word) {
-    if (word >= m_wordMap.Size()) return m_emptyWord = m_newWords.AddWord(TextView(), false);
-    const std::uint32_t index = m_newWords.AddWordOf(m_oldWords, word);
-    m_wordMap[word] = index;
-    if (*m_oldWords.GetWord(word) == 0) m_emptyWord = index;
-    return index;
-}
-
-// No word for the empty text.
-std::uint32_t CRebuild::MapUnlessEmpty(std::uint32_t word) {
-    if (word >= m_wordMap.Size()) return kNoWord;
-    if (m_wordMap[word] != kNoWord) return m_wordMap[word] == m_emptyWord ? kNoWord : m_wordMap[word];
-    return *m_oldWords.GetWord(word) == 0 ? kNoWord : MapNewWord(word);
 }
 
 void CRebuild::KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount) {

@@ -3,7 +3,7 @@
 //
 // Everything is made beside the present tree and put in place at the end: when memory runs out, nothing has changed but
 // that a pending value may already stand in the text child that a rebuild makes of it. Nodes that exist go on existing;
-// what was never made is carried over record by record, each distinct word being hashed once.
+// what was never made is carried over record by record.
 #pragma once
 
 #include <memory>
@@ -11,7 +11,7 @@
 
 #include "model/grow_array.h"
 #include "model/node.h"
-#include "model/word_dict.h"
+#include "model/word_map.h"
 
 class CBinaryDocument;
 
@@ -37,6 +37,7 @@ private:
     void MakeNodesWithoutRecord();
     void EmitNode(CBinNode& node, bool isWritten);
     void EmitSlice(const unsigned char* record, const unsigned char* end);
+    void EmitUnedited(const unsigned char* element);
     void EmitElement(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrs(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrList(const CAttrList& attrs);
@@ -44,13 +45,6 @@ private:
     bool IsTableCanonical(const unsigned char* record);
     bool IsFoldedWord(std::uint32_t word);
     void KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount);
-    void EmitUnedited(const unsigned char* element);
-    std::uint32_t MapWord(std::uint32_t word) {
-        if (word < m_wordMap.Size() && m_wordMap[word] != kNoWord) return m_wordMap[word];
-        return MapNewWord(word);
-    }
-    std::uint32_t MapNewWord(std::uint32_t word);
-    std::uint32_t MapUnlessEmpty(std::uint32_t word);
     void Commit();
     static void ClearEdits(CBinNode& node);
     static void DropIdleState(const Placed& placed);
@@ -58,9 +52,8 @@ private:
     CBinaryDocument& m_document;
     CWordDict& m_oldWords;
     CWordDict m_newWords;
-    CGrowArray<std::uint32_t> m_wordMap;   // old index to new, kNoWord where not met yet
+    CWordMap m_map;
     CGrowArray<unsigned char> m_isFolded;  // of each old word, once known: whether it is in lower case
-    std::uint32_t m_emptyWord = kNoWord;   // the empty text's new index, once it has one
     // Pairs of old words that are known to be in ascending order: elements of one kind have the same attributes.
     static constexpr std::size_t kKnownPairs = 256;
     std::uint64_t m_ascending[kKnownPairs] = {};

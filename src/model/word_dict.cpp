@@ -53,28 +53,40 @@ std::uint32_t CWordDict::AppendWord(TextView text) {
     return index;
 }
 
-std::uint32_t CWordDict::AddWordOf(const CWordDict& other, std::uint32_t index) {
-    const TextView text = other.GetWordView(index);
-    const std::uint32_t offset = other.m_offsets[index];
-    if (offset & kArenaMark) return AddWord(text, false);
-    const std::uint32_t hash = HashText(text, m_seed);
-    if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
-    MakeRoomForEntry();
-    m_offsets.Append(offset);
-    m_sharedUnits += kLengthUnits + text.size() + 1;
-    Enter(hash, GetWordCount() - 1);
-    return GetWordCount() - 1;
-}
-
-void CWordDict::PrepareRebuildOf(const CWordDict& other) {
+void CWordDict::ShareBlockOf(const CWordDict& other) {
     m_block = other.m_block;
     m_blockUnits = other.m_blockUnits;
     m_blockByteCount = other.m_blockByteCount;
     m_offsets.Reserve(other.GetWordCount());
-    Rehash(std::bit_ceil(std::size_t{other.GetWordCount()} * 2 + kFirstSlotCount), m_seed);
+}
+
+std::uint32_t CWordDict::AppendWordOf(const CWordDict& other, std::uint32_t index, std::size_t length) {
+    const std::uint32_t offset = other.m_offsets[index];
+    if (offset & kArenaMark) return AppendWord(TextView(other.TextAt(index), length));
+    AppendBlockWord(offset, offset + length);
+    m_sharedUnits += kLengthUnits + length + 1;
+    return GetWordCount() - 1;
+}
+
+// A word in the block between these offsets, in code units.
+void CWordDict::AppendBlockWord(std::size_t start, std::size_t end) {
+    const std::uint32_t index = GetWordCount();
+    Run* last = m_runs.IsEmpty() ? nullptr : &m_runs.Back();
+    if (last && last->first + last->count == index && start == m_lastEnd + kLengthUnits) {
+        ++last->count;
+    } else if (last && last->count < kShortRun) {
+        *last = {index, 1};
+    } else {
+        m_runs.Append({index, 1});
+    }
+    m_lastEnd = end;
+    m_offsets.Append(static_cast<std::uint32_t>(start));
 }
 
 void CWordDict::FinishRebuild() {
+    m_slots = CGrowArray<Slot>();
+    m_entryCount = 0;
+    m_isIndexDue = true;
     if (m_sharedUnits * sizeof(WCHAR) * 2 > m_blockByteCount) return;
     if (m_sharedUnits > 0) {
         // The entries of the index name words by number, so they stay right.
@@ -85,13 +97,14 @@ void CWordDict::FinishRebuild() {
         m_offsets.swap(moved.m_offsets);
         m_arena.swap(moved.m_arena);
     }
+    m_runs = CGrowArray<Run>();
     m_block.reset();
     m_blockUnits = nullptr;
     m_blockByteCount = 0;
 }
 
 std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
-    if (m_slots.IsEmpty()) Rehash(kFirstSlotCount, m_seed);
+    if (m_slots.IsEmpty()) BuildIndex();
     const std::uint32_t hash = HashText(text, m_seed);
     if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
 
@@ -129,6 +142,13 @@ std::uint32_t* CWordDict::Find(TextView text, std::uint32_t hash) {
         if (m_slots[i].hash == hash && SlotText(m_slots[i].value) == text) return &m_slots[i].value;
     }
     return nullptr;
+}
+
+void CWordDict::BuildIndex() {
+    const std::uint32_t wordCount = m_isIndexDue ? GetWordCount() : 0;
+    Rehash(std::bit_ceil(std::size_t{wordCount} * 2 + kFirstSlotCount), m_seed);
+    for (std::uint32_t i = 0; i < wordCount; ++i) Enter(HashText(GetWordView(i), m_seed), i);
+    m_isIndexDue = false;
 }
 
 // Before the word: one that is in without an entry, for want of memory, would fill the index up in time.
@@ -203,8 +223,7 @@ std::size_t CWordDict::TakeBlock(const SharedBytes& block, std::size_t byteCount
         const std::size_t start = cursor + kWordLengthBytes;
         inPlace = inPlace && i + 1 < wordCount && length % 2 == 0 && start / sizeof(WCHAR) < kArenaMark;
         if (inPlace) {
-            m_offsets.Append(static_cast<std::uint32_t>(start / sizeof(WCHAR)));
-            ++m_inOrderCount;
+            AppendBlockWord(start / sizeof(WCHAR), (start + length) / sizeof(WCHAR));
         } else if (length % 2 == 0) {
             AppendWord(TextView(m_blockUnits + start / sizeof(WCHAR), length / sizeof(WCHAR)));
         } else {
@@ -223,10 +242,13 @@ void CWordDict::AppendOddWord(const unsigned char* bytes, std::size_t length) {
 }
 
 std::optional<std::size_t> CWordDict::CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const {
-    if (first + 1 >= m_inOrderCount) return 0;
+    const Run* run = std::upper_bound(m_runs.begin(), m_runs.end(), first,
+                                      [](std::uint32_t word, const Run& other) { return word < other.first; });
+    if (run == m_runs.begin() || first + 1 >= run[-1].first + run[-1].count) return 0;
+    --run;
     // A word ends where the entry of the next one begins, so the last one's end is not known.
     const std::uint32_t* begin = &m_offsets[first];
-    const std::uint32_t* end = &m_offsets[m_inOrderCount - 1];
+    const std::uint32_t* end = &m_offsets[run->first + run->count - 1];
     end = std::upper_bound(begin, end + 1, *begin + size / sizeof(WCHAR)) - 1;
     const std::size_t byteCount = (*end - *begin) * sizeof(WCHAR);
     std::memcpy(target, m_blockUnits + *begin - kLengthUnits, byteCount);

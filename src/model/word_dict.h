@@ -40,13 +40,10 @@ public:
     /// Appends a word that AddWord will not find: loading does not pay for an index. The text ends at its first zero.
     std::uint32_t AppendWord(TextView text);
 
-    /// As AddWord, without folding, for a word of a dictionary whose block this one shares: a text that lies there is
-    /// not copied.
-    std::uint32_t AddWordOf(const CWordDict& other, std::uint32_t index);
-
-    /// Makes an empty dictionary ready for about as many words as `other` has, and shares its block.
-    void PrepareRebuildOf(const CWordDict& other);
-    /// Lets a shared block go when most of it is not in use.
+    /// For a rebuild. An empty dictionary shares the block of another one; words of that are appended without a copy
+    /// when they lie there; at the end AddWord will find every word, and the block goes if most of it is not in use.
+    void ShareBlockOf(const CWordDict& other);
+    std::uint32_t AppendWordOf(const CWordDict& other, std::uint32_t index, std::size_t length);
     void FinishRebuild();
 
     void Clear() { *this = CWordDict(); }
@@ -86,6 +83,11 @@ private:
         std::uint32_t hash;
         std::uint32_t value;  // word index; with kAliasMark, number of an alias; kNoWord when the slot is free
     };
+    // Words that lie in the block entry behind entry, as in a file.
+    struct Run {
+        std::uint32_t first;
+        std::uint32_t count;
+    };
     // Another spelling of a word.
     struct Alias {
         Text text;
@@ -95,6 +97,7 @@ private:
     static constexpr WCHAR kEmptyText = 0;
     static constexpr std::uint32_t kAliasMark = 0x80000000;
     static constexpr std::uint32_t kArenaMark = 0x80000000;  // of an offset
+    static constexpr std::uint32_t kShortRun = 64;           // words; not worth remembering
 
     const WCHAR* TextAt(std::uint32_t index) const {
         const std::uint32_t offset = m_offsets[index];
@@ -103,6 +106,8 @@ private:
     TextView SlotText(std::uint32_t value) const;
     std::uint32_t* Find(TextView text, std::uint32_t hash);
     std::uint32_t Resolve(std::uint32_t value) const;
+    void AppendBlockWord(std::size_t start, std::size_t end);
+    void BuildIndex();
     void MakeRoomForEntry();
     void Enter(std::uint32_t hash, std::uint32_t value);
     void Rehash(std::size_t slotCount, std::uint64_t seed);
@@ -113,10 +118,12 @@ private:
     const WCHAR* m_blockUnits = nullptr;  // the block, seen as code units
     std::size_t m_blockByteCount = 0;
     std::uint64_t m_sharedUnits = 0;      // of the block, by the words of a rebuild
-    std::uint32_t m_inOrderCount = 0;     // words below this index lie in the block entry behind entry, as in the file
+    CGrowArray<Run> m_runs;               // all that are not short, in the order of their words
+    std::size_t m_lastEnd = 0;            // in the block: behind the word that was appended last
     CGrowArray<std::uint32_t> m_offsets;  // of each word, in code units: in the block or, marked, in the arena
     CGrowArray<WCHAR> m_arena;            // of each word two units with its length, the text, a zero unit
     CGrowArray<Slot> m_slots;             // a power of two of them, or none
+    bool m_isIndexDue = false;            // none yet, but all words belong into it
     std::size_t m_entryCount = 0;
     std::uint64_t m_seed = 0;
     int m_reseedCount = 0;

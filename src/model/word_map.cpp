@@ -1,0 +1,93 @@
+#include "model/word_map.h"
+
+#include <algorithm>
+#include <bit>
+#include <random>
+
+#include "model/text_hash.h"
+
+namespace {
+
+// Words hashed before the first of them is looked up, so that the table's memory is on its way meanwhile.
+constexpr std::size_t kBatch = 16;
+
+constexpr std::size_t kFewestSlots = 16;
+
+// As in the dictionary: a run of this length was made on purpose, and another seed ends it.
+constexpr std::size_t kSuspiciousRun = 1024;
+constexpr int kMostSeeds = 4;
+
+}  // namespace
+
+CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to) {
+    const std::size_t wordCount = from.GetWordCount();
+    const std::size_t slotCount = std::bit_ceil(std::max(wordCount * 2, kFewestSlots));
+    m_to.ShareBlockOf(from);
+    m_map.Reserve(wordCount);
+    m_hashes.Reserve(wordCount);
+    m_lengths.Reserve(wordCount);
+    m_slots.Reserve(slotCount);
+    m_map.Extend(wordCount);
+    m_hashes.Extend(wordCount);
+    m_lengths.Extend(wordCount);
+    m_slots.Extend(slotCount);
+    for (int seeds = 0; !Index(m_seed, seeds < kMostSeeds ? kSuspiciousRun : slotCount); ++seeds) {
+        std::random_device random;
+        m_seed = (std::uint64_t{random()} << 32) | random();
+    }
+}
+
+// False when words make a run longer than `longestRun`.
+bool CWordMap::Index(std::uint64_t seed, std::size_t longestRun) {
+    std::fill(m_slots.begin(), m_slots.end(), kNoWord);
+    std::fill(m_map.begin(), m_map.end(), kNoWord);
+    const std::uint32_t wordCount = m_from.GetWordCount();
+    TextView texts[kBatch];
+    for (std::uint32_t first = 0; first < wordCount; first += kBatch) {
+        const std::size_t count = std::min<std::size_t>(kBatch, wordCount - first);
+        for (std::size_t i = 0; i < count; ++i) {
+            texts[i] = m_from.GetWordView(first + static_cast<std::uint32_t>(i));
+            m_lengths[first + i] = static_cast<std::uint32_t>(texts[i].size());
+            m_hashes[first + i] = HashText(texts[i], seed);
+            __builtin_prefetch(&m_slots[m_hashes[first + i] & (m_slots.Size() - 1)]);
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            std::size_t run = 0;
+            std::uint32_t* slot = FindSlot(texts[i], m_hashes[first + i], run);
+            if (run > longestRun) return false;
+            if (*slot == kNoWord) {
+                *slot = first + static_cast<std::uint32_t>(i);
+            } else {
+                m_map[first + i] = *slot | kDuplicateMark;
+            }
+        }
+    }
+    return true;
+}
+
+// The slot of the word with this text, or the free one where it belongs; `run` tells how many others lie before it.
+std::uint32_t* CWordMap::FindSlot(TextView text, std::uint32_t hash, std::size_t& run) {
+    const std::size_t mask = m_slots.Size() - 1;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask, ++run) {
+        const std::uint32_t word = m_slots[i];
+        if (word == kNoWord || (m_hashes[word] == hash && m_from.GetWordView(word) == text)) return &m_slots[i];
+    }
+}
+
+std::uint32_t CWordMap::AddText(TextView text) {
+    std::size_t run = 0;
+    const std::uint32_t word = *FindSlot(text, HashText(text, m_seed), run);
+    if (word != kNoWord) return Map(word);
+    const std::uint32_t index = m_to.AddWord(text, false);
+    if (text.empty()) m_emptyWord = index;
+    return index;
+}
+
+std::uint32_t CWordMap::MapNew(std::uint32_t word) {
+    if (word >= m_map.Size()) return AddText(TextView());
+    if (m_map[word] != kNoWord) return m_map[word] = Map(m_map[word] & ~kDuplicateMark);
+    const std::uint32_t index = m_to.AppendWordOf(m_from, word, m_lengths[word]);
+    m_map[word] = index;
+    if (m_lengths[word] == 0) m_emptyWord = index;
+    return index;
+}
