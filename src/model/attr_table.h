@@ -23,6 +23,16 @@ inline std::unique_ptr<CAttrList> LoadAttrList(const unsigned char* element, con
     return attrs;
 }
 
+/// The same for the copy of an element, where equal names stay apart.
+inline std::unique_ptr<CAttrList> CopyAttrList(const unsigned char* element, const CWordDict& words) {
+    auto attrs = std::make_unique<CAttrList>();
+    for (std::uint32_t i = 0; i < AttrCountOf(element); ++i) {
+        const unsigned char* entry = AttrEntryOf(element, i);
+        attrs->Add(words.GetWord(ReadU32(entry)), words.GetWord(ReadU32(entry + kAttrValueOffset)));
+    }
+    return attrs;
+}
+
 /// Writes the list as table entries over `words`, to which add(text, fold) adds a text, and sorts them.
 template <class Add>
 void StoreAttrList(const CAttrList& attrs, unsigned char* entries, const CWordDict& words, Add add) {

@@ -85,17 +85,54 @@ void CBinaryDocument::Clone(IBinDocument** out) {
         copy->m_optionFlags = m_optionFlags;
         copy->m_optionValue = m_optionValue;
         std::memcpy(copy->m_path, m_path, sizeof(m_path));
-        if (m_root) {
-            if (const CNodeRef root = CBinNode::CloneTo(m_root, copy, true)) {
-                copy->UnlistDetached(root.get());
-                copy->m_root = root.get();
-                copy->m_modified = true;
-            }
+        if (m_root && !copy->CopyTreeOf(*this)) {
+            if (const CNodeRef root = CBinNode::CloneTo(m_root, copy, true)) copy->TakeRoot(root.get());
         }
         *out = copy;
     } catch (const std::bad_alloc&) {
         if (copy) copy->Release();
     }
+}
+
+void CBinaryDocument::TakeRoot(CBinNode* root) {
+    UnlistDetached(root);
+    m_root = root;
+    m_modified = true;
+}
+
+// Copies a tree that stands in its records alone by sharing them: a node becomes what CloneTo makes of one when it is
+// first asked for. Only what shows before that is done at once: the texts are added to the dictionary. False, with
+// nothing done, when the tree is edited, or has nodes that a copy leaves out or changes the shape of.
+bool CBinaryDocument::CopyTreeOf(const CBinaryDocument& source) {
+    const CRecordTree& original = source.m_tree;
+    if (source.m_states || original.copied || original.unknownCount > 0 || !source.m_root->Record()) return false;
+    CRecordTree tree;
+    tree.bytes = original.bytes;
+    tree.begin = original.begin;
+    tree.end = original.end;
+    tree.spans = original.spans;
+    tree.copied = std::make_unique<CCopiedWords>();
+    tree.copied->words = source.m_words;
+    CGrowArray<std::uint32_t>& textWords = tree.copied->textWords;
+    textWords.ExtendFilled(source.m_words.GetWordCount(), 0xFF);
+    const unsigned char* end = original.bytes.get() + original.end;
+    for (const unsigned char* record = original.bytes.get() + original.begin; record != end;) {
+        const std::uint32_t word = ReadU32(record + kWordOffset);
+        const bool isOdd = *source.GetWord(word) == 0 || (IsElement(record) && ReadI32(record + kOwnValueOffset) >= 0);
+        if (isOdd) {
+            m_words = source.m_words;
+            return false;
+        }
+        if (IsText(record) && textWords[word] == kNoWord) textWords[word] = m_words.AddWordOf(source.m_words, word);
+        record += GetRecordSize(record);
+    }
+    const CNodeRef root = NewNode();
+    m_tree = std::move(tree);
+    root->m_offset = m_tree.begin;
+    if (IsElement(Block() + m_tree.begin) && ChildCountOf(Block() + m_tree.begin) > 0) root->m_links = links::Unmade(0);
+    root->BecomeCopy(*m_tree.copied);
+    TakeRoot(root.get());
+    return true;
 }
 
 void CBinaryDocument::ClearDictionary() {
@@ -105,6 +142,7 @@ void CBinaryDocument::ClearDictionary() {
 // The words that records name are other ones now.
 void CBinaryDocument::ReplaceWords(CWordDict&& words) {
     m_words = std::move(words);
+    if (m_tree.copied) m_tree.copied->areOwn = false;
     for (CNodeState* state = m_states; state; state = state->next) state->isStored = false;
 }
 
@@ -206,8 +244,14 @@ void CBinaryDocument::Compact() {
     if (m_root && m_modified) {
         HoldDetachedNodes();
         CRebuild(*this).Run();
+    } else if (m_tree.copied) {
+        MakeAllNodes();  // what is saved are the records of the copies, as they stand
     }
     m_modified = false;
+}
+
+void CBinaryDocument::MakeAllNodes() {
+    for (CBinNode* node = m_root; node; node = node->NextMadeInPreOrder(m_root)) node->MakeChildren();
 }
 
 // Nodes that hang on nothing keep what they show, although the words that they refer to may go.

@@ -40,6 +40,7 @@ public:
 
     const WCHAR* GetWord(std::uint32_t index) const { return m_words.GetWord(index); }
     CWordDict& Words() { return m_words; }
+    const CWordDict& Words() const { return m_words; }
     const CRecordTree& Tree() const { return m_tree; }
     unsigned char* Block() const { return m_tree.bytes.get(); }
     CNodePool& Pool() { return m_pool; }
@@ -57,6 +58,9 @@ public:
     void Compact();
     /// Puts a rebuilt dictionary and tree in place of the present ones.
     void Replace(CWordDict&& words, CRecordTree&& tree);
+
+    /// Makes the nodes of the whole tree. Throws std::bad_alloc.
+    void MakeAllNodes();
 
     /// The block no longer says what is to be written: the tree is written node by node.
     void LeaveBlock() { m_isBlockCurrent = false; }
@@ -80,6 +84,8 @@ private:
     CBinaryDocument() = default;
     ~CBinaryDocument();
 
+    void TakeRoot(CBinNode* root);
+    bool CopyTreeOf(const CBinaryDocument& source);
     bool ReadFile(const WCHAR* path, CWordDict& words, CRecordTree& tree);
     void AdoptTree(CRecordTree&& tree, CWordDict&& words);
     void HoldKeptNodes();

@@ -129,9 +129,10 @@ const WCHAR* CBinNode::GetEditedValue() {
     }
     if (ListCount() != 1) return nullptr;
     if (HasUnmadeChildren()) {
-        const unsigned char* behind = record + GetRecordSize(record);
-        if (behind == document->Block() + document->Tree().end || *behind != kText) return nullptr;
-        return document->GetWord(ReadU32(behind + kWordOffset));
+        const Slice slice = UnmadeRecords();
+        const unsigned char* child = document->Block() + slice.begin;
+        if (slice.begin == slice.end || *child != kText) return nullptr;
+        return document->Tree().WordsOf(document->Words()).GetWord(ReadU32(child + kWordOffset));
     }
     CBinNode* child = FirstMadeChild();
     const unsigned char* childRecord = child->Record();
@@ -202,37 +203,49 @@ CBinNode* CBinNode::NextMadeBehind(const CBinNode* top) const {
     return nullptr;
 }
 
+CBinNode::Slice CBinNode::UnmadeRecords() const {
+    const CRecordTree& tree = Document()->Tree();
+    std::uint32_t span = links::SpanOf(Links());
+    const std::uint32_t size = static_cast<std::uint32_t>(GetRecordSize(tree.bytes.get() + m_offset));
+    return {m_offset + size, tree.SkipSubtree(m_offset, span)};
+}
+
 void CBinNode::MakeChildren() {
     if (!HasUnmadeChildren()) return;
-    const auto [document, record, state] = LookUp();
+    CBinaryDocument* document = Document();
     const CRecordTree& tree = document->Tree();
     const unsigned char* bytes = tree.bytes.get();
-    const std::uint32_t count = ChildCountOf(record);
-    CNodeRun run = document->Pool().CutRun(count);
+    const std::uint32_t count = ChildCountOf(bytes + m_offset);
+    const CNodeRun run = document->Pool().CutRun(count);
 
-    std::uint32_t offset = static_cast<std::uint32_t>(record - bytes);
-    std::uint32_t span = tree.SpanInside(offset, UnmadeSpan());
-    offset += static_cast<std::uint32_t>(GetRecordSize(record));
+    std::uint32_t offset = m_offset + static_cast<std::uint32_t>(GetRecordSize(bytes + m_offset));
+    std::uint32_t span = tree.SpanInside(m_offset, links::SpanOf(Links()));
     for (std::uint32_t i = 0; i < count; ++i) {
         CBinNode* child = run.Make(i);
         child->m_parent = this;
         child->m_slot = i;
         if (offset == tree.end) continue;  // a record of unknown type stood here
         child->m_offset = offset;
-        const unsigned char* childRecord = bytes + offset;
-        if (IsElement(childRecord) && ChildCountOf(childRecord) > 0) {
+        const unsigned char* record = bytes + offset;
+        if (IsElement(record) && ChildCountOf(record) > 0) {
             child->m_links = links::Unmade(span);
             offset = tree.SkipSubtree(offset, span);
         } else {
-            offset += static_cast<std::uint32_t>(GetRecordSize(childRecord));
+            offset += static_cast<std::uint32_t>(GetRecordSize(record));
         }
     }
+    if (tree.copied) MakeCopies(run, count);
     Links() = links::Tagged(run.first, links::kRun);
 }
 
-bool CBinNode::HasPendingAttrs() const {
-    const CNodeState* state = State();
-    return state && state->attrs;
+void CBinNode::MakeCopies(const CNodeRun& run, std::uint32_t count) {
+    CBinaryDocument* document = Document();
+    try {
+        for (std::uint32_t i = 0; i < count; ++i) run.first[i].BecomeCopy(*document->Tree().copied);
+    } catch (...) {
+        for (std::uint32_t i = 0; i < count; ++i) document->DestroyNode(&run.first[i]);
+        throw;
+    }
 }
 
 namespace {

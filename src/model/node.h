@@ -21,6 +21,8 @@
 class CAttrList;
 class CBinaryDocument;
 class CBinNode;
+struct CCopiedWords;
+struct CNodeRun;
 struct CNodeSlab;
 struct CNodeState;
 
@@ -84,8 +86,12 @@ public:
     CBinNode* NextMadeBehind(const CBinNode* top) const;
     /// Makes the nodes of this element's children, unless they are made. Throws std::bad_alloc.
     void MakeChildren();
-    /// With unmade children: the index of this element's span in the document's record tree.
-    std::uint32_t UnmadeSpan() const;
+    /// With unmade children: where their records lie in the document's block.
+    struct Slice {
+        std::uint32_t begin;
+        std::uint32_t end;
+    };
+    Slice UnmadeRecords() const;
 
     /// Ends the hold of a parent or document: a node that nobody else holds is destroyed with its subtree.
     void LetGo();
@@ -111,6 +117,8 @@ public:
     void BecomeElement(const WCHAR* name);
     /// AppendChild without its questions.
     void AppendNode(CBinNode* child);
+    /// Makes this fresh node, in a tree of copies, the copy that its record in the block stands for.
+    void BecomeCopy(const CCopiedWords& copied);
 
 private:
     friend class CNodePool;
@@ -136,6 +144,7 @@ private:
     const WCHAR* GetEditedValue();
     void GetChildSlowly(std::int32_t index, IBinNode** out);
     void TakeReference();
+    void MakeCopies(const CNodeRun& run, std::uint32_t count);
     ULONG ReleaseSlowly();
     void BecomeGuest();
     CNodeState& NeedState();
@@ -146,7 +155,6 @@ private:
     void SetOwnRecord(const unsigned char* bytes, std::size_t size);
     void MarkModified();
 
-    bool HasPendingAttrs() const;
     AttrTexts AttrAt(std::uint32_t index) const;
     const unsigned char* FindStored(const WCHAR* name) const;
     bool SetAttributeText(const WCHAR* name, TextView value);
@@ -173,8 +181,10 @@ private:
     std::uintptr_t m_links = 0;    // see node_state.h
     std::uint32_t m_refs = 0;
     std::uint32_t m_place;  // how far behind its slab's start this node is; with kGuest, its document is not the slab's
-    std::uint32_t m_slot = 0;            // in the parent's list, or in the document's list of detached nodes
-    std::uint32_t m_offset = kNoRecord;  // of the record in the document's block; a node with a state has it there
+    std::uint32_t m_slot = 0;  // in the parent's list, or in the document's list of detached nodes
+    // Of the record in the document's block. With a state, the record in use is there; children that are not made are
+    // still found by this one.
+    std::uint32_t m_offset = kNoRecord;
 };
 
 inline void CNodeRelease::operator()(CBinNode* node) const {

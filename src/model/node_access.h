@@ -77,10 +77,6 @@ inline bool CBinNode::HasMadeChildren() const {
     return !HasUnmadeChildren() && ListCount() > 0;
 }
 
-inline std::uint32_t CBinNode::UnmadeSpan() const {
-    return static_cast<std::uint32_t>(Links() >> 2);
-}
-
 inline CBinNode* CBinNode::FirstMadeChild() const {
     const std::uintptr_t word = Links();
     switch (word & links::kKindMask) {

@@ -11,8 +11,8 @@ void CBinNode::MarkModified() {
 }
 
 void CBinNode::SetOwnRecord(const unsigned char* bytes, std::size_t size) {
-    MakeChildren();  // unmade children are found behind the record in the block
     CNodeState& state = NeedState();
+    if (state.document->Tree().unknownCount > 0) MakeChildren();  // some may have no record to be written
     if (size <= sizeof(state.smallRecord)) {
         std::memmove(state.smallRecord, bytes, size);
         state.record = state.smallRecord;
@@ -99,7 +99,8 @@ bool CBinNode::RemoveAttribute(const WCHAR* name) {
 
 // An edit that has failed half-way may leave all attributes pending, and only a rebuild saves those.
 void CBinNode::SavePendingAttrs() {
-    if (HasPendingAttrs()) MarkModified();
+    const CNodeState* state = State();
+    if (state && state->attrs) MarkModified();
 }
 
 bool CBinNode::RemoveAttributeText(const WCHAR* name) {
@@ -201,12 +202,12 @@ void CBinNode::StoreValue() {
     CBinaryDocument* document = state->document;
     const TextView text = state->value.View();
     if (IsText(state->record)) {
-        WriteU32(state->record + kWordOffset, document->Words().AddWord(text, false));
+        WriteU32(NeedOwnRecord() + kWordOffset, document->Words().AddWord(text, false));
         state->holdsTexts = false;
     } else if (ListCount() == 0) {
         if (!text.empty()) AppendNewText(document->Words().AddWord(text, false));
     } else if (CBinNode* child = OnlyTextChild()) {
-        WriteU32(child->Record() + kWordOffset, document->Words().AddWord(text, false));
+        WriteU32(child->NeedOwnRecord() + kWordOffset, document->Words().AddWord(text, false));
         if (CNodeState* childState = child->State()) {
             childState->value.Clear();
             childState->holdsTexts = false;

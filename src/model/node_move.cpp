@@ -2,6 +2,7 @@
 #include <memory>
 #include <new>
 
+#include "model/attr_table.h"
 #include "model/node_access.h"
 
 CChildList& CBinNode::NeedChildList() {
@@ -120,15 +121,7 @@ void CBinNode::HoldTexts(bool isLeaving) {
     const CBinaryDocument* document = state.document;
     unsigned char* record = NeedOwnRecord();
     if (IsElement(record)) {
-        const std::uint32_t count = AttrCountOf(record);
-        if (count > 0) {
-            auto attrs = std::make_unique<CAttrList>();
-            for (std::uint32_t i = 0; i < count; ++i) {
-                const unsigned char* entry = AttrEntryOf(record, i);
-                attrs->Add(document->GetWord(ReadU32(entry)), document->GetWord(ReadU32(entry + kAttrValueOffset)));
-            }
-            state.attrs = std::move(attrs);
-        }
+        if (AttrCountOf(record) > 0) state.attrs = CopyAttrList(record, document->Words());
         state.isStored = false;
         WriteU32(record + kAttrCountOffset, 0);
     }
@@ -232,16 +225,32 @@ void CBinNode::CopyElementTexts(CBinNode& copy) {
     const Look look = LookUp();
     const CBinaryDocument* document = look.document;
     CNodeState& state = *copy.State();
-    for (std::uint32_t i = 0; i < AttrCountOf(look.record); ++i) {
-        if (!state.attrs) state.attrs = std::make_unique<CAttrList>();
-        const unsigned char* entry = AttrEntryOf(look.record, i);
-        state.attrs->Add(document->GetWord(ReadU32(entry)), document->GetWord(ReadU32(entry + kAttrValueOffset)));
-    }
+    if (AttrCountOf(look.record) > 0) state.attrs = CopyAttrList(look.record, document->Words());
     const std::uint32_t ownWord = ReadU32(look.record + kOwnValueOffset);
     if (static_cast<std::int32_t>(ownWord) < 0) return;
     const bool isHeld = look.state && look.state->holdsTexts;
     state.value.Set(isHeld ? look.state->ownValue.Get() : document->GetWord(ownWord));
     WriteU32(state.record + kOwnValueOffset, copy.Document()->Words().AddWord(state.value.View(), false));
+}
+
+// What CopyAlone gives, made of the record of the copied node.
+void CBinNode::BecomeCopy(const CCopiedWords& copied) {
+    const unsigned char* original = Record();
+    CNodeState& state = NeedState();
+    const std::uint32_t word = ReadU32(original + kWordOffset);
+    const WCHAR* text = copied.words.GetWord(word);
+    unsigned char record[kElementBytes];
+    state.name.Set(text);
+    if (IsElement(original)) {
+        if (AttrCountOf(original) > 0) state.attrs = CopyAttrList(original, copied.words);
+        WriteElementRecord(record, 0, kNoWord);
+        WriteU32(record + kChildCountOffset, ChildCountOf(original));
+        SetOwnRecord(record, kElementBytes);
+    } else {
+        WriteTextRecord(record, *original, copied.textWords[word]);
+        state.value.Set(text);
+        SetOwnRecord(record, kTextBytes);
+    }
 }
 
 bool CBinNode::IsEqual(IBinNode** other, bool deep) {

@@ -12,15 +12,19 @@
 namespace links {
 inline constexpr std::uintptr_t kKindMask = 3;
 inline constexpr std::uintptr_t kRun = 0;  // first of a run of nodes, as many as the record's child count; 0 for none
-inline constexpr std::uintptr_t kUnmade = 1;  // index of the element's span: children exist only as records
-inline constexpr std::uintptr_t kList = 2;    // CChildList, owned (in a state's links only)
-inline constexpr std::uintptr_t kState = 2;   // CNodeState, owned; its own links say where the children are
-inline constexpr std::uintptr_t kGone = 3;    // the document is gone
+inline constexpr std::uintptr_t kUnmade =
+    1;  // children exist only as records; index of the first span from this node's on
+inline constexpr std::uintptr_t kList = 2;   // CChildList, owned (in a state's links only)
+inline constexpr std::uintptr_t kState = 2;  // CNodeState, owned; its own links say where the children are
+inline constexpr std::uintptr_t kGone = 3;   // the document is gone
 inline constexpr std::uintptr_t kNotPlain =
     2;  // in a node's own links, this bit tells kState and kGone from the others
 
 inline std::uintptr_t Unmade(std::uint32_t span) {
     return (std::uintptr_t{span} << 2) | kUnmade;
+}
+inline std::uint32_t SpanOf(std::uintptr_t word) {
+    return static_cast<std::uint32_t>(word >> 2);
 }
 template <class T>
 std::uintptr_t Tagged(T* pointer, std::uintptr_t kind) {

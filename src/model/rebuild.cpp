@@ -16,6 +16,15 @@ bool IsFolded(const WCHAR* text) {
     return *text == 0;
 }
 
+// No attribute has a word past the first `wordCount`: in a copy, those that have been added since are behind them.
+bool NamesOnly(const unsigned char* element, std::uint32_t wordCount) {
+    const unsigned char* end = AttrEntryOf(element, AttrCountOf(element));
+    for (const unsigned char* word = AttrEntryOf(element, 0); word != end; word += sizeof(std::uint32_t)) {
+        if (ReadU32(word) >= wordCount) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 CRebuild::CRebuild(CBinaryDocument& document)
@@ -28,6 +37,7 @@ CRebuild::CRebuild(CBinaryDocument& document)
 
 void CRebuild::Run() {
     MakeNodesWithoutRecord();
+    if (m_document.Tree().copied && !m_document.Tree().copied->areOwn) m_document.MakeAllNodes();
     CBinNode* const root = m_document.Root();
     const CBinNode* notWritten = nullptr;  // the node whose subtree we are in because it is not written
     for (CBinNode* node = root; node;) {
@@ -50,9 +60,7 @@ void CRebuild::MakeNodesWithoutRecord() {
     if (tree.unknownCount == 0) return;
     for (CBinNode* node = m_document.Root(); node; node = node->NextMadeInPreOrder(m_document.Root())) {
         if (!node->HasUnmadeChildren()) continue;
-        std::uint32_t span = node->UnmadeSpan();
-        if (tree.SkipSubtree(static_cast<std::uint32_t>(node->Record() - m_document.Block()), span) == tree.end)
-            node->MakeChildren();
+        if (node->UnmadeRecords().end == tree.end) node->MakeChildren();
     }
 }
 
@@ -86,10 +94,8 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     }
     m_placed.Append({&node, static_cast<std::uint32_t>(offset)});
     if (node.HasUnmadeChildren()) {
-        const CRecordTree& tree = m_document.Tree();
-        std::uint32_t span = node.UnmadeSpan();
-        const std::uint32_t end = tree.SkipSubtree(static_cast<std::uint32_t>(record - m_document.Block()), span);
-        EmitSlice(record + GetRecordSize(record), m_document.Block() + end);
+        const CBinNode::Slice slice = node.UnmadeRecords();
+        EmitSlice(m_document.Block() + slice.begin, m_document.Block() + slice.end);
     }
     if (m_records.Size() > 0xFFFFFFF0) throw std::bad_alloc();
 }
@@ -98,7 +104,7 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
 void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) {
     while (record != end) {
         if (IsElement(record)) {
-            EmitUnedited(record);
+            m_document.Tree().copied ? EmitCopied(record) : EmitUnedited(record);
             record += GetRecordSize(record);
         } else {
             const std::uint32_t word = m_map.Map(ReadU32(record + kWordOffset));
@@ -122,6 +128,26 @@ void CRebuild::EmitUnedited(const unsigned char* element) {
     WriteU32(target + kAttrCountOffset, attrCount);
     std::memcpy(target + kChildCountOffset, element + kChildCountOffset, sizeof(std::uint32_t));
     MapEntries(element, target + kElementBytes);
+}
+
+// As EmitElement does with the state of a copy: a held name, attributes as pending ones, word 0 in the former record.
+void CRebuild::EmitCopied(const unsigned char* element) {
+    const std::uint32_t attrCount = AttrCountOf(element);
+    const std::size_t offset = m_records.Size();
+    m_records.Extend(kElementBytes);
+    if (attrCount > 0) {
+        m_map.Map(0);
+        const CWordDict& copiedWords = m_document.Tree().copied->words;
+        if (NamesOnly(element, copiedWords.GetWordCount()) && IsTableCanonical(element)) {
+            MapEntries(element, m_records.Extend(kAttrEntryBytes * std::size_t{attrCount}));
+        } else {
+            EmitAttrList(*CopyAttrList(element, copiedWords));
+        }
+    }
+    unsigned char* target = m_records.Data() + offset;
+    WriteElementRecord(target, m_map.Map(ReadU32(element + kWordOffset)), kNoWord);
+    WriteU32(target + kAttrCountOffset, attrCount);
+    WriteU32(target + kChildCountOffset, ChildCountOf(element));
 }
 
 void CRebuild::MapEntries(const unsigned char* element, unsigned char* target) {
@@ -239,11 +265,8 @@ void CRebuild::Commit() {
         ClearEdits(*placed.node);
         while (span < tree.spans.Size() && tree.spans[span].offset < placed.offset) ++span;
         if (placed.node->HasUnmadeChildren()) placed.node->Links() = links::Unmade(span);
-        if (CNodeState* state = placed.node->State()) {
-            state->record = bytes + placed.offset;
-        } else {
-            placed.node->m_offset = placed.offset;
-        }
+        placed.node->m_offset = placed.offset;
+        if (CNodeState* state = placed.node->State()) state->record = bytes + placed.offset;
     }
     for (Apart& apart : m_apart) {
         ClearEdits(*apart.node);
@@ -251,7 +274,7 @@ void CRebuild::Commit() {
         state.record = apart.record.get();
         state.largeRecord = std::move(apart.record);
     }
-    for (const Placed& placed : m_placed) DropIdleState(placed);
+    for (const Placed& placed : m_placed) DropIdleState(*placed.node);
     m_document.Replace(std::move(m_newWords), std::move(tree));
 }
 
@@ -267,13 +290,11 @@ void CRebuild::ClearEdits(CBinNode& node) {
 }
 
 // Edits are over: back to 40 bytes, unless the state names the node's document or its children.
-void CRebuild::DropIdleState(const Placed& placed) {
-    CBinNode& node = *placed.node;
+void CRebuild::DropIdleState(CBinNode& node) {
     CNodeState* state = node.State();
     if (!state || state->HasOwnRecord()) return;
     state->largeRecord.reset();
     if (node.IsGuest() || (state->links & links::kKindMask) == links::kList) return;
-    node.m_offset = placed.offset;
     node.m_links = state->links;
     delete state;
 }

@@ -38,6 +38,7 @@ private:
     void EmitNode(CBinNode& node, bool isWritten);
     void EmitSlice(const unsigned char* record, const unsigned char* end);
     void EmitUnedited(const unsigned char* element);
+    void EmitCopied(const unsigned char* element);
     void EmitElement(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrs(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrList(const CAttrList& attrs);
@@ -47,7 +48,7 @@ private:
     void KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount);
     void Commit();
     static void ClearEdits(CBinNode& node);
-    static void DropIdleState(const Placed& placed);
+    static void DropIdleState(CBinNode& node);
 
     CBinaryDocument& m_document;
     CWordDict& m_oldWords;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "model/grow_array.h"
 #include "model/word_dict.h"
@@ -21,6 +22,13 @@ struct ShortElement {
     std::uint32_t writtenCount;  // children that do have one
 };
 
+/// What a tree of copies needs besides the records of the tree that was copied: see CBinaryDocument::CopyTreeOf.
+struct CCopiedWords {
+    CWordDict words;                      // that the records name
+    CGrowArray<std::uint32_t> textWords;  // of each word that is a text: what AddWord gave for it in the copy
+    bool areOwn = true;                   // the document's dictionary still begins with these words
+};
+
 struct CRecordTree {
     SharedBytes bytes;
     std::uint32_t begin = 0;  // offset of the root's record
@@ -29,8 +37,12 @@ struct CRecordTree {
     CGrowArray<ShortElement>
         shortElements;               // from the root down, so by offset; empty unless a record was of unknown type
     std::uint64_t unknownCount = 0;  // children without a record
+    std::unique_ptr<CCopiedWords> copied;  // of a tree of copies; otherwise null
 
     bool IsEmpty() const { return begin == end; }
+
+    /// The words that the records name, where `own` are the document's.
+    const CWordDict& WordsOf(const CWordDict& own) const { return copied ? copied->words : own; }
 
     /// Offset behind the subtree of the record at `offset`. `span` is the index of the first span at or behind that
     /// offset, and becomes that of the first behind the subtree.

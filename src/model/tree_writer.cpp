@@ -47,9 +47,14 @@ void WriteTree(COutputFile& file, const CBinaryDocument& document) {
     for (CBinNode* node = root; node;) {
         const unsigned char* record = node->Record();
         if (node->HasUnmadeChildren()) {
-            const std::uint32_t offset = static_cast<std::uint32_t>(record - tree.bytes.get());
-            std::uint32_t span = node->UnmadeSpan();
-            WriteSlice(file, tree, offset, tree.SkipSubtree(offset, span));
+            const CBinNode::Slice slice = node->UnmadeRecords();
+            const std::size_t size = static_cast<std::size_t>(GetRecordSize(record));
+            if (record + size == document.Block() + slice.begin) {
+                WriteSlice(file, tree, slice.begin - static_cast<std::uint32_t>(size), slice.end);
+            } else {
+                file.Write(record, size);
+                WriteSlice(file, tree, slice.begin, slice.end);
+            }
         } else if (IsElement(record)) {
             WriteElement(file, *node);
             node = node->NextMadeInPreOrder(root);

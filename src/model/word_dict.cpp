@@ -53,6 +53,17 @@ std::uint32_t CWordDict::AppendWord(TextView text) {
     return index;
 }
 
+std::uint32_t CWordDict::AddWordOf(const CWordDict& other, std::uint32_t index) {
+    if (m_slots.IsEmpty()) BuildIndex();
+    const TextView text = other.GetWordView(index);
+    const std::uint32_t hash = HashText(text, m_seed);
+    if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
+    MakeRoomForEntry();
+    const std::uint32_t added = AppendWordOf(other, index, text.size());
+    Enter(hash, added);
+    return added;
+}
+
 void CWordDict::ShareBlockOf(const CWordDict& other) {
     m_block = other.m_block;
     m_blockUnits = other.m_blockUnits;
@@ -63,6 +74,7 @@ void CWordDict::ShareBlockOf(const CWordDict& other) {
 std::uint32_t CWordDict::AppendWordOf(const CWordDict& other, std::uint32_t index, std::size_t length) {
     const std::uint32_t offset = other.m_offsets[index];
     if (offset & kArenaMark) return AppendWord(TextView(other.TextAt(index), length));
+    if (GetWordCount() >= kAliasMark) throw std::bad_alloc();
     AppendBlockWord(offset, offset + length);
     m_sharedUnits += kLengthUnits + length + 1;
     return GetWordCount() - 1;

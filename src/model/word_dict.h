@@ -40,6 +40,10 @@ public:
     /// Appends a word that AddWord will not find: loading does not pay for an index. The text ends at its first zero.
     std::uint32_t AppendWord(TextView text);
 
+    /// As AddWord, without folding, for a word of the dictionary that this one is a copy of: a text in the block that
+    /// both share is not copied.
+    std::uint32_t AddWordOf(const CWordDict& other, std::uint32_t index);
+
     /// For a rebuild. An empty dictionary shares the block of another one; words of that are appended without a copy
     /// when they lie there; at the end AddWord will find every word, and the block goes if most of it is not in use.
     void ShareBlockOf(const CWordDict& other);
