@@ -86,7 +86,9 @@ reason() {
             [ "$after" -eq "$before" ] || case $fault in
                 Namespaces) said="namespace declarations come last, the first of several in place of another" ;;
                 Prefixes) said="$said; an undeclared prefix is dropped" ;;
-                EndBlanks) said="$said; blanks at the end of a text beside a reference, a carriage return or a non-ASCII letter are lost" ;;
+                EndBlanks)
+                    said="$said; blanks at the end of a text beside a reference, a carriage return or a non-ASCII letter are lost"
+                    ;;
             esac
         fi
         if cmp -s "$work/a" "$work/b"; then

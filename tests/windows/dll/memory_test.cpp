@@ -111,9 +111,10 @@ TEST(DllMemory, IsFlatOverConversionsAndExports) {
 }
 
 TEST(DllMemory, FreeSptReleasesAnArray) {
+    const Library& parvel = Parvel();
     unsigned char* const block = new unsigned char[12'345];
     const HeapUse before = UseOfHeaps();
-    EXPECT_TRUE(Parvel().freeSpt(block));
+    EXPECT_TRUE(parvel.freeSpt(block));
     const HeapUse after = UseOfHeaps();
     EXPECT_EQ(before.blocks - after.blocks, 1u);
     EXPECT_GE(before.bytes - after.bytes, 12'345u);
