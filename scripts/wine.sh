@@ -5,6 +5,7 @@
 # hold on to its output, and whoever reads that waits for them.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
-export WINEPREFIX="$root/build/wine" WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+# A program that crashes ends at once: Wine's debugger would ask about it on the screen that nobody sees.
+export WINEPREFIX="$root/build/wine" WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="
 export LC_ALL=C.UTF-8  # names of files and arguments are UTF-8
 exec wine "$@"

@@ -1,8 +1,11 @@
 #!/bin/sh
 # with-wine.sh COMMAND [ARGUMENT]...: runs a command while a screen that nobody sees and the Wine prefix of this checkout
-# are up; programs in it run by scripts/wine.sh. Gives the command's result.
+# are up; programs in it run by scripts/wine.sh. Gives the command's result. One at a time: the others wait.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
+mkdir -p "$root/build"
+exec 7>"$root/build/wine.lock"  # not for what outlives this
+flock -n 7 || { echo "with-wine.sh: waiting for another one to end" >&2 && flock 7; }
 work=$(mktemp -d)
 screen=
 keeper=
@@ -18,7 +21,7 @@ trap finish EXIT
 trap 'exit 130' INT TERM HUP
 
 # Xvfb chooses a free display and writes its number.
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" >"$work/xvfb" 2>&1 &
+Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" >"$work/xvfb" 2>&1 7>&- &
 screen=$!
 tries=0
 until [ -s "$work/display" ]; do
@@ -34,10 +37,9 @@ DISPLAY=:$(cat "$work/display")
 export DISPLAY
 
 # A program that waits for its input keeps the prefix's services running. Their output goes to a file, never to a pipe.
-mkdir -p "$root/build"
 mkfifo "$work/input"
 exec 8<>"$work/input"
-"$root/scripts/wine.sh" cmd /q <"$work/input" >"$work/keeper" 2>&1 8>&- &
+"$root/scripts/wine.sh" cmd /q <"$work/input" >"$work/keeper" 2>&1 7>&- 8>&- &
 keeper=$!
 exec 9>"$work/input" 8>&-
 echo 'echo up' >&9
@@ -53,5 +55,5 @@ until grep -q '^up' "$work/keeper" 2>/dev/null; do
 done
 
 status=0
-"$@" 9>&- || status=$?
+"$@" 7>&- 9>&- || status=$?
 exit "$status"

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/text.h"
 
@@ -31,9 +32,12 @@ enum class FileKind {
 class CHandle {
 public:
     CHandle() = default;
-    ~CHandle();
-    CHandle(CHandle&& other) noexcept : m_handle(other.m_handle) { other.m_handle = kNone; }
-    CHandle& operator=(CHandle&& other) noexcept;
+    ~CHandle() { Close(); }
+    CHandle(CHandle&& other) noexcept : m_handle(std::exchange(other.m_handle, kNone)) {}
+    CHandle& operator=(CHandle&& other) noexcept {
+        std::swap(m_handle, other.m_handle);
+        return *this;
+    }
 
     // Each puts a newly opened file into this handle and gives the error; the handle is then closed.
 
@@ -79,8 +83,12 @@ class CTemporaryFile {
 public:
     CTemporaryFile() = default;
     ~CTemporaryFile();
-    CTemporaryFile(CTemporaryFile&& other) noexcept;
-    CTemporaryFile& operator=(CTemporaryFile&& other) noexcept;
+    CTemporaryFile(CTemporaryFile&& other) noexcept { *this = std::move(other); }
+    CTemporaryFile& operator=(CTemporaryFile&& other) noexcept {
+        m_path.swap(other.m_path);
+        m_handle = std::move(other.m_handle);
+        return *this;
+    }
 
     /// Makes the file, empty; gives the error. Once per object.
     int Create();

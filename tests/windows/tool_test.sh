@@ -49,13 +49,8 @@ check "no such file" 3 "" "none.xml: cannot open: " parvel convert none.xml x.bd
 check "a folder" 3 "" ".: cannot read: Is a directory" parvel convert . x.bdoc
 check "output in no folder" 3 "" "x.bdoc: cannot open for writing: " parvel convert menu.xml none/x.bdoc
 check "the input as output" 4 "" "is the input as well" parvel convert menu.xml ./MENU.xml
-check "not XML" 2 "" "bad.xml" shell 'echo "<a>" >bad.xml; parvel convert bad.xml x.bdoc'
-check "not a document" 2 "" "it looks like XML" parvel show menu.xml
-check "a document cut short" 2 "" "byte 20: not a binary document" \
-    shell 'head -c 20 menu.bdoc >short.bdoc; parvel show short.bdoc'
+check "not XML, and the DOM cannot say where" 2 "" "bad.xml" shell 'echo "<a>" >bad.xml; parvel convert bad.xml x.bdoc'
 check "a device as output" 0 "" "" parvel convert menu.xml NUL
-check "wrong use" 4 "" "parvel --help" parvel frobnicate
-check "version" 0 "parvel 1.1.0" "" parvel --version
 check "a reader that goes away" 0 "" "" shell '{ parvel show menu.bdoc; echo $? >code; } | true; test "$(cat code)" = 0'
 check "the same with a document" 0 "" "" shell '{ parvel convert menu.xml -; echo $? >code; } | true; test "$(cat code)" = 0'
 check "nothing is left behind" 0 "" "" shell 'ls /tmp | grep -i "^prv.*\.tmp$" | grep . && exit 1; exit 0'

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "platform/handle.h"
 #include "platform/linux/path.h"
@@ -45,15 +44,6 @@ std::string SystemText(int error) {
 
 bool IsReaderGone(int error) {
     return error == EPIPE;
-}
-
-CHandle::~CHandle() {
-    Close();
-}
-
-CHandle& CHandle::operator=(CHandle&& other) noexcept {
-    std::swap(m_handle, other.m_handle);
-    return *this;
 }
 
 void CHandle::Close() {
@@ -137,8 +127,6 @@ std::string TemporaryFolder() {
 }
 
 CTemporaryFile::~CTemporaryFile() = default;
-CTemporaryFile::CTemporaryFile(CTemporaryFile&& other) noexcept = default;
-CTemporaryFile& CTemporaryFile::operator=(CTemporaryFile&& other) noexcept = default;
 
 // The file loses its name at once: only this process finds it, and the system removes it with the process.
 int CTemporaryFile::Create() {

@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include <iterator>
-#include <utility>
 
 #include "platform/handle.h"
 #include "platform/utf8.h"
@@ -65,15 +64,6 @@ std::string SystemText(int error) {
 
 bool IsReaderGone(int error) {
     return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED;
-}
-
-CHandle::~CHandle() {
-    Close();
-}
-
-CHandle& CHandle::operator=(CHandle&& other) noexcept {
-    std::swap(m_handle, other.m_handle);
-    return *this;
 }
 
 void CHandle::Close() {
@@ -174,15 +164,6 @@ std::string TemporaryFolder() {
 
 CTemporaryFile::~CTemporaryFile() {
     if (IsThere()) DeleteFileW(m_path.c_str());
-}
-
-CTemporaryFile::CTemporaryFile(CTemporaryFile&& other) noexcept {
-    m_path.swap(other.m_path);
-}
-
-CTemporaryFile& CTemporaryFile::operator=(CTemporaryFile&& other) noexcept {
-    m_path.swap(other.m_path);
-    return *this;
 }
 
 // The library opens the file by its name, and has it to itself while it writes: nothing is kept open here.

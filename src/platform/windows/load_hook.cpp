@@ -5,6 +5,11 @@
 
 #include "platform/module.h"
 
+// The run-time library's: gives back what it set aside for exceptions in want of memory, which else stays for good.
+namespace __gnu_cxx {
+void __freeres();
+}
+
 namespace {
 
 bool g_isRunning = false;
@@ -25,7 +30,7 @@ int CWinApp::ExitInstance() {
     return 0;
 }
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* isProcessEnding) {
     if (reason == DLL_PROCESS_ATTACH) {
         g_isRunning = true;
         if (!AfxGetApp()->InitInstance()) {
@@ -34,6 +39,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
         }
     } else if (reason == DLL_PROCESS_DETACH) {
         EndModule();
+        if (!isProcessEnding) __gnu_cxx::__freeres();
     }
     return TRUE;
 }

@@ -52,6 +52,9 @@ inline IBinDocument* NewDocument() {
     return document;
 }
 
+/// The document of <a/>.
+inline const std::string kSmallDocument("\1\0\0\0\2\0\0\0a\0\1\0\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\0\0\0\0", 27);
+
 /// COM on this thread for as long as this is there.
 struct ComSession {
     ComSession() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }

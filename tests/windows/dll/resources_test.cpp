@@ -1,4 +1,5 @@
-// The data that the library file carries, byte for byte where it is text.
+// The data that the library file carries, as those read it that it is for. Its types, names and languages are checked
+// with the file's headers.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,15 @@
 #include <oleauto.h>
 
 #include "library.h"
+
+// The first operations of a registrar as installers use it, the class {44EC053A-400F-11D0-9DCD-00A0C90391D3} of the
+// system's atl.dll. Outside the namespace below, in which the compiler would know all classes that have them: none.
+struct IRegistrar : IUnknown {
+    virtual HRESULT WINAPI AddReplacement(const wchar_t* key, const wchar_t* item) = 0;
+    virtual HRESULT WINAPI ClearReplacements() = 0;
+    virtual HRESULT WINAPI ResourceRegisterSz(const wchar_t* file, const wchar_t* name, const wchar_t* type) = 0;
+    virtual HRESULT WINAPI ResourceUnregisterSz(const wchar_t* file, const wchar_t* name, const wchar_t* type) = 0;
+};
 
 namespace {
 
@@ -25,62 +35,84 @@ std::string Resource(const wchar_t* type, const wchar_t* name, WORD language) {
     return bytes ? std::string(static_cast<const char*>(bytes), SizeofResource(module, place)) : "(none)";
 }
 
-std::wstring Identifier(const wchar_t* name) {
-    return IS_INTRESOURCE(name) ? std::to_wstring(reinterpret_cast<std::uintptr_t>(name)) : name;
+IRegistrar* NewRegistrar() {
+    void* address = reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"atl.dll"), "DllGetClassObject"));
+    const auto getClass = reinterpret_cast<HRESULT(WINAPI*)(const GUID&, const IID&, IClassFactory**)>(address);
+    GUID id = {0x44EC053A, 0x400F, 0x11D0, {0x9D, 0xCD, 0x00, 0xA0, 0xC9, 0x03, 0x91, 0xD3}};
+    IClassFactory* factory = nullptr;
+    void* made = nullptr;
+    if (!getClass || FAILED(getClass(id, IID_IClassFactory, &factory))) return nullptr;
+    ++id.Data1;  // of the interface
+    factory->CreateInstance(nullptr, id, &made);
+    factory->Release();
+    return static_cast<IRegistrar*>(made);
 }
 
-std::vector<std::wstring> g_found;
-
-BOOL CALLBACK OnLanguage(HMODULE, const wchar_t* type, const wchar_t* name, WORD language, LONG_PTR) {
-    g_found.push_back(Identifier(type) + L" " + Identifier(name) + L" " + std::to_wstring(language));
-    return TRUE;
+// All keys below a key, indented by their depth, each with its unnamed value and the one named ThreadingModel.
+std::wstring Dump(HKEY key, const std::wstring& indent = L"") {
+    std::wstring dump;
+    wchar_t text[260];
+    for (DWORD i = 0; RegEnumKeyW(key, i, text, 260) == 0; ++i) {
+        const std::wstring name = text;
+        dump += indent + name;
+        for (const wchar_t* value : {L"", L"ThreadingModel"}) {
+            DWORD size = sizeof(text);
+            if (RegGetValueW(key, name.c_str(), value, RRF_RT_REG_SZ, nullptr, text, &size) != 0) continue;
+            dump += std::wstring(L" ") + value + L"=" + text;
+        }
+        HKEY child = nullptr;
+        RegOpenKeyW(key, name.c_str(), &child);
+        dump += L"\n" + Dump(child, indent + L" ");
+        RegCloseKey(child);
+    }
+    return dump;
 }
 
-BOOL CALLBACK OnName(HMODULE module, const wchar_t* type, wchar_t* name, LONG_PTR) {
-    return EnumResourceLanguagesW(module, type, name, OnLanguage, 0);
-}
+TEST(DllResources, RegistrationScriptIsWhatARegistrarTakes) {
+    const std::string script = Resource(L"REGISTRY", MAKEINTRESOURCEW(103), kSimplified);
+    EXPECT_EQ(script.substr(0, 10) + script.substr(script.size() - 3), "HKCR\r\n{\r\n\t}\r\n");
+    EXPECT_EQ(std::count(script.begin(), script.end(), '\n'), std::count(script.begin(), script.end(), '\r'));
+    const auto isOdd = [](char c) { return (c < ' ' || c > '~') && c != '\t' && c != '\r' && c != '\n'; };
+    EXPECT_TRUE(std::none_of(script.begin(), script.end(), isOdd));
 
-BOOL CALLBACK OnType(HMODULE module, wchar_t* type, LONG_PTR) {
-    return EnumResourceNamesW(module, type, OnName, 0);
-}
+    // Applied, to a registry of this test's own.
+    const std::wstring scratch = L"Software\\parvel-test-" + std::to_wstring(GetCurrentProcessId());
+    HKEY root = nullptr;
+    ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, scratch.c_str(), &root), 0);
+    for (const wchar_t* name : {L"CLSID\\{A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B}\\Former", L"CLSID\\Other"}) {
+        HKEY key = nullptr;
+        RegCreateKeyW(root, name, &key);
+        RegCloseKey(key);
+    }
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(Parvel().module, path, MAX_PATH - 1);
+    IRegistrar* const registrar = NewRegistrar();
+    ASSERT_NE(registrar, nullptr);
+    registrar->AddReplacement(L"MODULE", path);
+    RegOverridePredefKey(HKEY_CLASSES_ROOT, root);
+    EXPECT_EQ(registrar->ResourceRegisterSz(path, MAKEINTRESOURCEW(103), L"REGISTRY"), S_OK);
+    const std::wstring applied = Dump(root);
+    EXPECT_EQ(registrar->ResourceUnregisterSz(path, MAKEINTRESOURCEW(103), L"REGISTRY"), S_OK);
+    const std::wstring left = Dump(root);
+    RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+    registrar->Release();
+    RegCloseKey(root);
+    RegDeleteTreeW(HKEY_CURRENT_USER, scratch.c_str());
 
-TEST(DllResources, AreTheseAndNoOthers) {
-    g_found.clear();
-    ASSERT_TRUE(EnumResourceTypesW(Parvel().module, OnType, 0));
-    std::sort(g_found.begin(), g_found.end());
-    // The strings 100 and 102 lie in block 7 of sixteen strings each.
-    const std::vector<std::wstring> expected = {L"16 1 1028", L"24 2 1033", L"6 7 1028", L"REGISTRY 103 2052",
-                                                L"TYPELIB 1 1028"};
-    EXPECT_EQ(g_found, expected);
-}
-
-TEST(DllResources, RegistrationScript) {
-    std::string expected =
-        "HKCR\n"
-        "{\n"
-        "\tLodan.BinaryDocument.1 = s 'BinaryDocument Class'\n"
-        "\t{\n"
-        "\t\tCLSID = s '{A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B}'\n"
-        "\t}\n"
-        "\tLodan.BinaryDocument = s 'BinaryDocument Class'\n"
-        "\t{\n"
-        "\t\tCLSID = s '{A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B}'\n"
-        "\t}\n"
-        "\tNoRemove CLSID\n"
-        "\t{\n"
-        "\t\tForceRemove {A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B} = s 'BinaryDocument Class'\n"
-        "\t\t{\n"
-        "\t\t\tProgID = s 'Lodan.BinaryDocument.1'\n"
-        "\t\t\tVersionIndependentProgID = s 'Lodan.BinaryDocument'\n"
-        "\t\t\tInprocServer32 = s '%MODULE%'\n"
-        "\t\t\t{\n"
-        "\t\t\t\tval ThreadingModel = s 'both'\n"
-        "\t\t\t}\n"
-        "\t\t}\n"
-        "\t}\n"
-        "}\n";
-    for (std::size_t i = 0; (i = expected.find('\n', i)) != std::string::npos; i += 2) expected.insert(i, 1, '\r');
-    EXPECT_EQ(Resource(L"REGISTRY", MAKEINTRESOURCEW(103), kSimplified), expected);
+    EXPECT_EQ(applied,
+              L"CLSID\n"
+              L" Other\n"
+              L" {A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B} =BinaryDocument Class\n"
+              L"  InprocServer32 =" +
+                  std::wstring(path) +
+                  L" ThreadingModel=both\n"
+                  L"  ProgID =Lodan.BinaryDocument.1\n"
+                  L"  VersionIndependentProgID =Lodan.BinaryDocument\n"
+                  L"Lodan.BinaryDocument =BinaryDocument Class\n"
+                  L" CLSID ={A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B}\n"
+                  L"Lodan.BinaryDocument.1 =BinaryDocument Class\n"
+                  L" CLSID ={A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B}\n");
+    EXPECT_EQ(left, L"CLSID\n Other\n");
 }
 
 TEST(DllResources, TypeLibrary) {

@@ -1,4 +1,4 @@
-// Loading and unloading, and where the settings come from: hosts as processes of their own.
+// Where the settings come from: hosts as processes of their own.
 #include <gtest/gtest.h>
 
 #include "library.h"
@@ -55,22 +55,6 @@ TEST(DllSettings, LowerComesFromTheIniFileOfTheHostsExecutable) {
         const std::string bytes = ReadFileBytes(folder.File(L"x.bdoc"));
         ASSERT_GT(bytes.size(), 16u);
         EXPECT_EQ(bytes.substr(8, 8), std::string(row.isLower ? "i\0t\0e\0m\0" : "I\0t\0e\0m\0", 8));
-    }
-}
-
-TEST(DllModule, LoadsAndUnloadsCleanly) {
-    const ComSession com;
-    const WorkFolder folder;
-    WriteFileBytes(folder.File(L"x.xml"), "<a/>");
-    const std::wstring copy = folder.File(L"Copy.DLL").wstring();
-    fs::copy_file("Parvel.DLL", copy);
-    for (int i = 0; i < 30; ++i) {
-        const Library library = LoadParvel(copy.c_str());
-        ASSERT_NE(library.module, nullptr);
-        ASSERT_NE(library.module, Parvel().module);
-        ASSERT_TRUE(library.convert(folder.File(L"x.xml").c_str(), folder.File(L"x.bdoc").c_str()));
-        ASSERT_TRUE(FreeLibrary(library.module));
-        ASSERT_EQ(GetModuleHandleW(copy.c_str()), nullptr);
     }
 }
 

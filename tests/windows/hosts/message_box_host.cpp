@@ -8,10 +8,9 @@
 #include <shellapi.h>
 
 #include <cstdio>
-#include <string>
 
+#include "../dll/library.h"
 #include "../dll/patched_table.h"
-#include "parvel/parvel.h"
 
 namespace {
 
@@ -75,12 +74,8 @@ int main() {
     int count = 0;
     wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     if (count != 3) return 4;
-    const HMODULE library = LoadLibraryW(L"Parvel.DLL");
-    if (!library) return 3;
-    void* address = reinterpret_cast<void*>(GetProcAddress(library, "TransXml2Bin"));
-    const auto convert = reinterpret_cast<decltype(&TransXml2Bin)>(address);
-
-    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    if (!Parvel().convert) return 3;
+    const ComSession com;
     IXMLDOMDocument* document = nullptr;
     IXMLDOMParseError* error = nullptr;
     CoCreateInstance(kDocumentClass, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,
@@ -95,13 +90,12 @@ int main() {
         const HANDLE watcher = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
         std::printf("converting\n");
         std::fflush(stdout);
-        const bool done = convert(arguments[1], arguments[2]);
+        const bool done = Parvel().convert(arguments[1], arguments[2]);
         g_isOver = 1;
         WaitForSingleObject(watcher, INFINITE);
         std::printf("result: %d\n", done ? 1 : 0);
     }
     error->Release();
     document->Release();
-    CoUninitialize();
     return 0;
 }

@@ -1,22 +1,16 @@
 // settings_host LIBRARY IN.xml OUT.bdoc: a host that loads the library while it runs, and converts one file. Tests copy
 // this program under a name of their choice, beside an ini file.
-#include <windows.h>
+#include "../dll/library.h"
 
-#include <objbase.h>
 #include <shellapi.h>
-
-#include "parvel/parvel.h"
 
 int main() {
     int count = 0;
     wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     if (count != 4) return 4;
-    const HMODULE library = LoadLibraryW(arguments[1]);
-    if (!library) return 3;
-    void* address = reinterpret_cast<void*>(GetProcAddress(library, "TransXml2Bin"));
-    const auto convert = reinterpret_cast<decltype(&TransXml2Bin)>(address);
-    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    const bool done = convert(arguments[2], arguments[3]);
-    CoUninitialize();
-    return FreeLibrary(library) && !GetModuleHandleW(arguments[1]) ? (done ? 0 : 2) : 5;
+    const Library library = LoadParvel(arguments[1]);
+    if (!library.convert) return 3;
+    const ComSession com;
+    const bool done = library.convert(arguments[2], arguments[3]);
+    return FreeLibrary(library.module) && !GetModuleHandleW(arguments[1]) ? (done ? 0 : 2) : 5;
 }
