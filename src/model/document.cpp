@@ -100,12 +100,17 @@ void CBinaryDocument::TakeRoot(CBinNode* root) {
     m_modified = true;
 }
 
+// No node is edited, moved, taken out or left without a record: the records say all.
+bool CBinaryDocument::StandsInRecords() const {
+    return !m_states && !m_tree.copied && m_tree.unknownCount == 0 && m_root && m_root->Record();
+}
+
 // Copies a tree that stands in its records alone by sharing them: a node becomes what CloneTo makes of one when it is
 // first asked for. Only what shows before that is done at once: the texts are added to the dictionary. False, with
 // nothing done, when the tree is edited, or has nodes that a copy leaves out or changes the shape of.
 bool CBinaryDocument::CopyTreeOf(const CBinaryDocument& source) {
     const CRecordTree& original = source.m_tree;
-    if (source.m_states || original.copied || original.unknownCount > 0 || !source.m_root->Record()) return false;
+    if (!source.StandsInRecords()) return false;
     CRecordTree tree;
     tree.bytes = original.bytes;
     tree.begin = original.begin;
@@ -233,6 +238,10 @@ bool CBinaryDocument::IsEqual(IBinDocument** other) {
     if (document == this) return true;
     if (m_words.GetWordCount() != document->m_words.GetWordCount()) return false;
     if (!m_root || !document->m_root) return !m_root && !document->m_root;
+    if (StandsInRecords() && document->StandsInRecords() && m_tree.HasSameBytes(document->m_tree) &&
+        m_words.HasSameBytes(document->m_words)) {
+        return true;
+    }
     try {
         return CBinNode::Compare(m_root, document->m_root, true);
     } catch (const std::bad_alloc&) {

@@ -85,6 +85,7 @@ private:
     ~CBinaryDocument();
 
     void TakeRoot(CBinNode* root);
+    bool StandsInRecords() const;
     bool CopyTreeOf(const CBinaryDocument& source);
     bool ReadFile(const WCHAR* path, CWordDict& words, CRecordTree& tree);
     void AdoptTree(CRecordTree&& tree, CWordDict&& words);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "model/grow_array.h"
@@ -40,6 +41,12 @@ struct CRecordTree {
     std::unique_ptr<CCopiedWords> copied;  // of a tree of copies; otherwise null
 
     bool IsEmpty() const { return begin == end; }
+
+    bool HasSameBytes(const CRecordTree& other) const {
+        const std::size_t size = end - begin;
+        return size == other.end - other.begin &&
+               std::memcmp(bytes.get() + begin, other.bytes.get() + other.begin, size) == 0;
+    }
 
     /// The words that the records name, where `own` are the document's.
     const CWordDict& WordsOf(const CWordDict& own) const { return copied ? copied->words : own; }

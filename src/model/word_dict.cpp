@@ -274,3 +274,17 @@ std::optional<std::size_t> CWordDict::CopyEntries(std::uint32_t& first, unsigned
     first += static_cast<std::uint32_t>(end - begin);
     return byteCount;
 }
+
+bool CWordDict::HasSameBytes(const CWordDict& other) const {
+    const auto haveSameBytes = [](const auto& a, const auto& b) {
+        return a.Size() == b.Size() &&
+               (a.IsEmpty() || std::memcmp(a.Data(), b.Data(), a.Size() * sizeof(*a.Data())) == 0);
+    };
+    if (!haveSameBytes(m_offsets, other.m_offsets) || !haveSameBytes(m_arena, other.m_arena)) return false;
+    if (m_block == other.m_block) return true;
+    // The words of a loaded document: one run, and behind it nothing in the block.
+    const auto isLoaded = [](const CWordDict& words) { return words.m_sharedUnits == 0 && words.m_runs.Size() <= 1; };
+    if (!isLoaded(*this) || !isLoaded(other) || m_lastEnd != other.m_lastEnd) return false;
+    return m_runs.IsEmpty() || std::memcmp(m_blockUnits + m_offsets[0], other.m_blockUnits + m_offsets[0],
+                                           (m_lastEnd - m_offsets[0]) * sizeof(WCHAR)) == 0;
+}

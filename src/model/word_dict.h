@@ -54,6 +54,9 @@ public:
 
     std::uint32_t GetWordCount() const { return static_cast<std::uint32_t>(m_offsets.Size()); }
 
+    /// True when it is plain, without a look at single words, that both have the same words in the same order.
+    bool HasSameBytes(const CWordDict& other) const;
+
     /// The word as nodes read it: the empty text past the end.
     const WCHAR* GetWord(std::uint32_t index) const { return index < m_offsets.Size() ? TextAt(index) : &kEmptyText; }
 
