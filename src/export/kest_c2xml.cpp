@@ -14,6 +14,33 @@ bool IsText(std::uint32_t type) {
     return type == PARVEL_TEXT || type == PARVEL_CDATA;
 }
 
+// The names of a tree as the DOM takes them. A few names come again and again, and always from the same place: as
+// nobody edits the tree meanwhile, the address of a name says which one it is.
+class CExportedNames {
+public:
+    struct Name {
+        const WCHAR* address = nullptr;
+        CBstr text;
+        bool isScript = false;
+    };
+
+    /// Stays as it is until the next call.
+    const Name& Find(const WCHAR* address) {
+        Name& name = m_names[reinterpret_cast<std::uintptr_t>(address) / sizeof(WCHAR) % kCount];
+        if (name.address == address && address) return name;
+        name.address = nullptr;  // should there be no memory
+        const TextView text = ViewOf(address);
+        name.text.Assign(text);
+        name.isScript = EqualsIgnoringCase(text, WTEXT("script"));
+        name.address = address;
+        return name;
+    }
+
+private:
+    static constexpr std::size_t kCount = 256;
+    Name m_names[kCount];
+};
+
 // The walk that builds the DOM's tree: one step per child, with the open elements on a stack.
 class CElementBuilder {
 public:
@@ -23,12 +50,15 @@ public:
 
 private:
     struct OpenElement {
+        OpenElement(CComRef<IBinNode> of, CComRef<IXMLDOMElement> made, std::int32_t at, bool holdsScript)
+            : node(std::move(of)), element(std::move(made)), depth(at), isScript(holdsScript) {}
+
         CComRef<IBinNode> node;
         CComRef<IXMLDOMElement> element;
-        std::int32_t depth = 0;
+        std::int32_t depth;
         std::int32_t childCount = 0;
         std::int32_t nextChild = 0;
-        bool isScript = false;
+        bool isScript;
         bool isTextSet = false;
         const WCHAR* content = nullptr;  // the text that is all the element holds, if it is known
     };
@@ -46,9 +76,10 @@ private:
 
     IXMLDOMDocument2& m_document;
     std::vector<OpenElement> m_path;  // from the outermost open element
-    CBstr m_indentation{TextView(WTEXT("\r\n"))};
+    CExportedNames m_names;
     // Reused from call to call.
-    CBstr m_name;
+    CBstr m_indentation{TextView(WTEXT("\r\n"))};
+    std::int32_t m_indentationDepth = 0;
     CBstr m_text;
     CVariant m_value;
 };
@@ -67,23 +98,22 @@ void CElementBuilder::Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t de
 // Adds the element with its attributes and its value, unless that fails on the way; its children follow step by step.
 void CElementBuilder::Open(IXMLDOMNode* parent, CComRef<IBinNode> node, std::int32_t depth) noexcept try {
     if (!node || node->GetType() != PARVEL_ELEMENT) return;
-    OpenElement open;
-    const TextView name = ViewOf(node->GetName());
-    open.isScript = EqualsIgnoringCase(name, WTEXT("script"));
-    m_name.Assign(name);
-    CheckCom(m_document.createElement(m_name.Get(), open.element.Out()));
+    // Asked for long before it is used, as it is seldom in the cache: up to a tenth of the time.
+    const WCHAR* value = node->GetValue();
+    __builtin_prefetch(value);
+    const CExportedNames::Name& name = m_names.Find(node->GetName());
+    CComRef<IXMLDOMElement> element;
+    CheckCom(m_document.createElement(name.text.Get(), element.Out()));
     if (parent) {
         AppendIndentation(*parent, depth);
-        Append(*parent, open.element);
+        Append(*parent, element);
     } else {
-        Append(m_document, open.element);
+        Append(m_document, element);
     }
-    SetAttributes(open.element.Need(), *node.Get());
-    open.depth = depth;
-    if (const WCHAR* value = node->GetValue(); value && *value) SetContent(open, value);
-    open.childCount = node->GetChildCount();
-    open.node = std::move(node);
-    m_path.push_back(std::move(open));
+    OpenElement& open = m_path.emplace_back(std::move(node), std::move(element), depth, name.isScript);
+    SetAttributes(*open.element.Get(), *open.node.Get());
+    if (value && *value) SetContent(open, value);
+    open.childCount = open.node->GetChildCount();  // last: what fails on the way leaves it without children
 } catch (...) {
 }
 
@@ -132,15 +162,18 @@ void CElementBuilder::SetAttributes(IXMLDOMElement& element, IBinNode& node) {
         CComRef<IAttrPair> pair;
         node.GetAttrPair(i, pair.Out());
         if (!pair) continue;
-        m_name.Assign(ViewOf(pair->GetName()));
+        const CExportedNames::Name& name = m_names.Find(pair->GetName());
         m_value.Assign(ViewOf(pair->GetValue()));
-        CheckCom(element.setAttribute(m_name.Get(), m_value.Get()));
+        CheckCom(element.setAttribute(name.text.Get(), m_value.Get()));
     }
 }
 
 void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth) {
     constexpr std::size_t kLineBreakUnits = 2;
-    m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
+    if (depth != m_indentationDepth) {
+        m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
+        m_indentationDepth = depth;
+    }
     CComRef<IXMLDOMText> text;
     CheckCom(m_document.createTextNode(m_indentation.Get(), text.Out()));
     Append(parent, text);

@@ -65,7 +65,7 @@ std::size_t CXmlComposerNames::RecentKey(TextView name) {
 
 bool CXmlComposerNames::Find(TextView name, std::uint32_t& number) {
     std::uint32_t& recent = m_recent[RecentKey(name)];
-    if (recent < m_names.size() && UnitsOf(m_names[recent]) == name) {
+    if (recent < m_names.size() && AreSame(UnitsOf(m_names[recent]), name)) {
         number = recent;
         return m_names[recent].isGood;
     }
@@ -82,7 +82,7 @@ bool CXmlComposerNames::Look(TextView name, std::uint32_t& number) {
     std::size_t i = hash & mask;
     for (; m_slots[i] != kFreeSlot; i = (i + 1) & mask) {
         const XmlComposerName& known = m_names[m_slots[i]];
-        if (known.hash == hash && UnitsOf(known) == name) {
+        if (known.hash == hash && AreSame(UnitsOf(known), name)) {
             number = m_slots[i];
             return known.isGood;
         }
