@@ -44,7 +44,7 @@ private:
 // The walk that builds the DOM's tree: one step per child, with the open elements on a stack.
 class CElementBuilder {
 public:
-    explicit CElementBuilder(IXMLDOMDocument2& document) : m_document(document) {}
+    CElementBuilder(IXMLDOMDocument2& document, bool isUnedited) : m_document(document), m_isUnedited(isUnedited) {}
 
     void Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t depth);
 
@@ -75,6 +75,7 @@ private:
     }
 
     IXMLDOMDocument2& m_document;
+    const bool m_isUnedited;
     std::vector<OpenElement> m_path;  // from the outermost open element
     CExportedNames m_names;
     // Reused from call to call.
@@ -112,8 +113,11 @@ void CElementBuilder::Open(IXMLDOMNode* parent, CComRef<IBinNode> node, std::int
     }
     OpenElement& open = m_path.emplace_back(std::move(node), std::move(element), depth, name.isScript);
     SetAttributes(*open.element.Get(), *open.node.Get());
-    if (value && *value) SetContent(open, value);
-    open.childCount = open.node->GetChildCount();  // last: what fails on the way leaves it without children
+    const bool hasValue = value && *value;
+    if (hasValue) SetContent(open, value);
+    const std::int32_t childCount = open.node->GetChildCount();
+    if (m_isUnedited && hasValue && childCount == 1 && !open.isScript) return;  // the child's text is in already
+    open.childCount = childCount;  // last: what fails on the way leaves it without children
 } catch (...) {
 }
 
@@ -181,7 +185,7 @@ void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth)
 
 }  // namespace
 
-bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
+bool CKestC2XML::Export(const WCHAR* path, IBinNode* root, bool isUnedited) noexcept {
     if (!path || !*path || !root) return false;
     try {
         CComRef<IXMLDOMDocument2> document;
@@ -192,7 +196,7 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
             CheckCom(made->QueryInterface(IID_IXMLDOMDocument2, &asked));
             document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(asked));
         }
-        CElementBuilder(document.Need()).Build(nullptr, root, 0);
+        CElementBuilder(document.Need(), isUnedited).Build(nullptr, root, 0);
         const CVariant target{TextView(path)};
         CheckCom(document->save(target.Get()));
         return true;
@@ -203,6 +207,6 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
 
 void CKestC2XML::BuildElement(IXMLDOMDocument2* document, IXMLDOMNode* parent, IBinNode* node,
                               std::int32_t depth) noexcept try {
-    if (document) CElementBuilder(*document).Build(parent, node, depth);
+    if (document) CElementBuilder(*document, false).Build(parent, node, depth);
 } catch (...) {  // no memory to begin with
 }

@@ -34,8 +34,8 @@ bool IsIndentation(TextView text) {
 bool AppendEscaped(CXmlBytes& bytes, TextView text, XmlPlace place) {
     constexpr std::size_t kMostUnitsAtOnce = 16 * 1024;
     while (!text.empty()) {
-        std::size_t piece = std::min(text.size(), kMostUnitsAtOnce);
-        if (piece < text.size() && IsHighSurrogate(text[piece - 1])) --piece;
+        std::size_t piece = text.size();
+        if (piece > kMostUnitsAtOnce) piece = kMostUnitsAtOnce - (IsHighSurrogate(text[kMostUnitsAtOnce - 1]) ? 1 : 0);
         char* begin = bytes.Reserve(piece * kMostXmlBytesPerUnit);
         const char* end = EscapeXml(text.substr(0, piece), place, begin);
         if (!end) return false;
@@ -101,12 +101,16 @@ HRESULT CXmlComposer::MakeElement(TextView name, ComposedNode& node) {
 }
 
 HRESULT CXmlComposer::MakeText(DOMNodeType type, TextView text, ComposedNode& node) {
+    if (type == NODE_TEXT && IsIndentation(text)) {
+        node.owner = this;
+        node.type = type;
+        node.isIndentation = true;
+        node.tabs = static_cast<std::uint32_t>(text.size() - kLineBreak.size());
+        return S_OK;
+    }
     CXmlBytesMark mark(m_waiting);
     if (type == NODE_CDATA_SECTION) {
         if (!AppendCData(m_waiting, text)) return E_INVALIDARG;
-    } else if (IsIndentation(text)) {
-        node.isIndentation = true;
-        node.tabs = static_cast<std::uint32_t>(text.size() - kLineBreak.size());
     } else if (!AppendEscaped(m_waiting, text, IsBlank(text) ? XmlPlace::kVerbatim : XmlPlace::kText)) {
         return E_INVALIDARG;
     }
@@ -143,7 +147,7 @@ void CXmlComposer::KeepWaiting(DOMNodeType type, ComposedNode& node, CXmlBytesMa
 }
 
 void CXmlComposer::Drop(const ComposedNode& node) {
-    if (node.type == NODE_ELEMENT) return;
+    if (node.type == NODE_ELEMENT || node.isIndentation) return;
     if (--m_waitingCount == 0) m_waiting.Truncate(0);
 }
 

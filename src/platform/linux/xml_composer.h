@@ -159,7 +159,7 @@ private:
     CXmlComposerNames m_names;
     CXmlBytes m_text;
     CXmlBytes m_waiting;              // what nodes not appended yet are made of
-    std::size_t m_waitingCount = 0;   // such nodes
+    std::size_t m_waitingCount = 0;   // nodes that have bytes there
     std::vector<OpenElement> m_path;  // from the document element down
     std::vector<TabRun> m_tabRuns;    // in the order of the text
     std::uint64_t m_serial = 0;       // of the newest element

@@ -65,7 +65,7 @@ std::size_t CXmlComposerNames::RecentKey(TextView name) {
 
 bool CXmlComposerNames::Find(TextView name, std::uint32_t& number) {
     std::uint32_t& recent = m_recent[RecentKey(name)];
-    if (recent < m_names.size() && AreSame(UnitsOf(m_names[recent]), name)) {
+    if (!m_names.empty() && AreSame(UnitsOf(m_names[recent]), name)) {
         number = recent;
         return m_names[recent].isGood;
     }

@@ -59,11 +59,23 @@ unsigned PlainUnits(__m128i units, __m128i moreUnits) {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(arePlain(units), arePlain(moreUnits))));
 }
 
-// Writes the units up to the first that is not plain, sixteen, eight or four in a step, and tells how many these are:
-// less than four of the last ones may stay. May write more than counts, but not more than there is room for.
+// Writes the units up to the first that is not plain, sixteen, eight or four in a step, and tells how many these are;
+// of less than four there are none. May write more than counts, but not more than there is room for.
 std::ptrdiff_t NarrowPlain(const WCHAR* units, std::ptrdiff_t count, char* bytes) {
+    const __m128i none = _mm_setzero_si128();  // which is not plain, so that a step ends in front of it
     const auto eightAt = [units](std::ptrdiff_t i) {
         return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(units + i)));
+    };
+    const auto narrowEight = [&](std::ptrdiff_t i) {
+        const __m128i eight = eightAt(i);
+        _mm_storel_epi64(static_cast<__m128i*>(static_cast<void*>(bytes + i)), _mm_packus_epi16(eight, none));
+        return i + std::countr_one(PlainUnits(eight, none));
+    };
+    const auto narrowFour = [&](std::ptrdiff_t i) {
+        const __m128i four = _mm_loadl_epi64(static_cast<const __m128i*>(static_cast<const void*>(units + i)));
+        const int word = _mm_cvtsi128_si32(_mm_packus_epi16(four, none));
+        std::memcpy(bytes + i, &word, sizeof(word));
+        return i + std::countr_one(PlainUnits(four, none));
     };
     std::ptrdiff_t done = 0;
     for (; count - done >= 16; done += 16) {
@@ -73,21 +85,15 @@ std::ptrdiff_t NarrowPlain(const WCHAR* units, std::ptrdiff_t count, char* bytes
         const unsigned others = PlainUnits(low, high) ^ 0xFFFF;
         if (others) return done + std::countr_zero(others);
     }
-    const __m128i none = _mm_setzero_si128();  // which is not plain, so that a step ends in front of it
-    if (count - done >= 8) {
-        const __m128i eight = eightAt(done);
-        _mm_storel_epi64(static_cast<__m128i*>(static_cast<void*>(bytes + done)), _mm_packus_epi16(eight, none));
-        const int plain = std::countr_one(PlainUnits(eight, none));
-        done += plain;
-        if (plain < 8) return done;
+    const std::ptrdiff_t step = count >= 8 ? 8 : 4;
+    if (count - done >= step) {
+        const std::ptrdiff_t plain = step == 8 ? narrowEight(done) : narrowFour(done);
+        if (plain < done + step) return plain;
+        done = plain;
     }
-    if (count - done >= 4) {
-        const __m128i four = _mm_loadl_epi64(static_cast<const __m128i*>(static_cast<const void*>(units + done)));
-        const int word = _mm_cvtsi128_si32(_mm_packus_epi16(four, none));
-        std::memcpy(bytes + done, &word, sizeof(word));
-        done += std::countr_one(PlainUnits(four, none));
-    }
-    return done;
+    // The last units in a step with plain ones before them, which come out the same again.
+    if (done == count || done == 0) return done;
+    return step == 8 ? narrowEight(count - step) : narrowFour(count - step);
 }
 
 #else
