@@ -1,6 +1,8 @@
 // Script results: a table of the rules, a random comparison with a plain model of them, and what a host may do.
 #include <gtest/gtest.h>
 
+#include <bit>
+
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -312,7 +314,10 @@ TEST(UnitMask, AgreesWithItsPortableTwin) {
         for (WCHAR& unit : units) unit = static_cast<WCHAR>(random() % 3 ? random() : 0x20 + random() % 12);
         const auto care = static_cast<WCHAR>(random() % 2 ? 0xFFFF : random());
         const auto value = static_cast<WCHAR>(units[random() % units.size()] & care);
-        ASSERT_EQ(MatchUnits(units.data(), care, value), MatchUnitsPortable(units.data(), care, value));
+        const std::uint64_t mask = MatchUnits(units.data(), care, value);
+        ASSERT_EQ(mask, MatchUnitsPortable(units.data(), care, value));
+        ASSERT_EQ(CountInMask(mask), static_cast<std::size_t>(std::popcount(mask)));
+        ASSERT_EQ(CountInMask(~mask), static_cast<std::size_t>(std::popcount(~mask)));
     }
 }
 

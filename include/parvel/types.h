@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #ifdef _WIN32
 
@@ -35,12 +36,8 @@ struct GUID {
 };
 using IID = GUID;
 
-inline bool operator==(const GUID& a, const GUID& b) {
-    for (int i = 0; i < 8; ++i) {
-        if (a.Data4[i] != b.Data4[i]) return false;
-    }
-    return a.Data1 == b.Data1 && a.Data2 == b.Data2 && a.Data3 == b.Data3;
-}
+static_assert(sizeof(GUID) == 16, "compared as bytes");
+inline bool operator==(const GUID& a, const GUID& b) { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
 inline bool operator!=(const GUID& a, const GUID& b) { return !(a == b); }
 
 /// Root of every interface: the first three operations of each table.

@@ -14,21 +14,51 @@ bool IsText(std::uint32_t type) {
     return type == PARVEL_TEXT || type == PARVEL_CDATA;
 }
 
+// The names of a tree as the DOM takes them. A few names come again and again, and always from the same place: as
+// nobody edits the tree meanwhile, the address of a name says which one it is.
+class CExportedNames {
+public:
+    struct Name {
+        const WCHAR* address = nullptr;
+        CBstr text;
+        bool isScript = false;
+    };
+
+    /// Stays as it is until the next call.
+    const Name& Find(const WCHAR* address) {
+        Name& name = m_names[reinterpret_cast<std::uintptr_t>(address) / sizeof(WCHAR) % kCount];
+        if (name.address == address && address) return name;
+        name.address = nullptr;  // should there be no memory
+        const TextView text = ViewOf(address);
+        name.text.Assign(text);
+        name.isScript = EqualsIgnoringCase(text, WTEXT("script"));
+        name.address = address;
+        return name;
+    }
+
+private:
+    static constexpr std::size_t kCount = 256;
+    Name m_names[kCount];
+};
+
 // The walk that builds the DOM's tree: one step per child, with the open elements on a stack.
 class CElementBuilder {
 public:
-    explicit CElementBuilder(IXMLDOMDocument2& document) : m_document(document) {}
+    CElementBuilder(IXMLDOMDocument2& document, bool isUnedited) : m_document(document), m_isUnedited(isUnedited) {}
 
     void Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t depth);
 
 private:
     struct OpenElement {
+        OpenElement(CComRef<IBinNode> of, CComRef<IXMLDOMElement> made, std::int32_t at, bool holdsScript)
+            : node(std::move(of)), element(std::move(made)), depth(at), isScript(holdsScript) {}
+
         CComRef<IBinNode> node;
         CComRef<IXMLDOMElement> element;
-        std::int32_t depth = 0;
+        std::int32_t depth;
         std::int32_t childCount = 0;
         std::int32_t nextChild = 0;
-        bool isScript = false;
+        bool isScript;
         bool isTextSet = false;
         const WCHAR* content = nullptr;  // the text that is all the element holds, if it is known
     };
@@ -45,10 +75,12 @@ private:
     }
 
     IXMLDOMDocument2& m_document;
+    const bool m_isUnedited;
     std::vector<OpenElement> m_path;  // from the outermost open element
-    CBstr m_indentation{TextView(WTEXT("\r\n"))};
+    CExportedNames m_names;
     // Reused from call to call.
-    CBstr m_name;
+    CBstr m_indentation{TextView(WTEXT("\r\n"))};
+    std::int32_t m_indentationDepth = 0;
     CBstr m_text;
     CVariant m_value;
 };
@@ -67,23 +99,25 @@ void CElementBuilder::Build(IXMLDOMNode* parent, IBinNode* node, std::int32_t de
 // Adds the element with its attributes and its value, unless that fails on the way; its children follow step by step.
 void CElementBuilder::Open(IXMLDOMNode* parent, CComRef<IBinNode> node, std::int32_t depth) noexcept try {
     if (!node || node->GetType() != PARVEL_ELEMENT) return;
-    OpenElement open;
-    const TextView name = ViewOf(node->GetName());
-    open.isScript = EqualsIgnoringCase(name, WTEXT("script"));
-    m_name.Assign(name);
-    CheckCom(m_document.createElement(m_name.Get(), open.element.Out()));
+    // Asked for long before it is used, as it is seldom in the cache: up to a tenth of the time.
+    const WCHAR* value = node->GetValue();
+    __builtin_prefetch(value);
+    const CExportedNames::Name& name = m_names.Find(node->GetName());
+    CComRef<IXMLDOMElement> element;
+    CheckCom(m_document.createElement(name.text.Get(), element.Out()));
     if (parent) {
         AppendIndentation(*parent, depth);
-        Append(*parent, open.element);
+        Append(*parent, element);
     } else {
-        Append(m_document, open.element);
+        Append(m_document, element);
     }
-    SetAttributes(open.element.Need(), *node.Get());
-    open.depth = depth;
-    if (const WCHAR* value = node->GetValue(); value && *value) SetContent(open, value);
-    open.childCount = node->GetChildCount();
-    open.node = std::move(node);
-    m_path.push_back(std::move(open));
+    OpenElement& open = m_path.emplace_back(std::move(node), std::move(element), depth, name.isScript);
+    SetAttributes(*open.element.Get(), *open.node.Get());
+    const bool hasValue = value && *value;
+    if (hasValue) SetContent(open, value);
+    const std::int32_t childCount = open.node->GetChildCount();
+    if (m_isUnedited && hasValue && childCount == 1 && !open.isScript) return;  // the child's text is in already
+    open.childCount = childCount;  // last: what fails on the way leaves it without children
 } catch (...) {
 }
 
@@ -132,15 +166,18 @@ void CElementBuilder::SetAttributes(IXMLDOMElement& element, IBinNode& node) {
         CComRef<IAttrPair> pair;
         node.GetAttrPair(i, pair.Out());
         if (!pair) continue;
-        m_name.Assign(ViewOf(pair->GetName()));
+        const CExportedNames::Name& name = m_names.Find(pair->GetName());
         m_value.Assign(ViewOf(pair->GetValue()));
-        CheckCom(element.setAttribute(m_name.Get(), m_value.Get()));
+        CheckCom(element.setAttribute(name.text.Get(), m_value.Get()));
     }
 }
 
 void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth) {
     constexpr std::size_t kLineBreakUnits = 2;
-    m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
+    if (depth != m_indentationDepth) {
+        m_indentation.Resize(kLineBreakUnits + static_cast<std::size_t>(depth), WCHAR('\t'));
+        m_indentationDepth = depth;
+    }
     CComRef<IXMLDOMText> text;
     CheckCom(m_document.createTextNode(m_indentation.Get(), text.Out()));
     Append(parent, text);
@@ -148,7 +185,7 @@ void CElementBuilder::AppendIndentation(IXMLDOMNode& parent, std::int32_t depth)
 
 }  // namespace
 
-bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
+bool CKestC2XML::Export(const WCHAR* path, IBinNode* root, bool isUnedited) noexcept {
     if (!path || !*path || !root) return false;
     try {
         CComRef<IXMLDOMDocument2> document;
@@ -159,7 +196,7 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
             CheckCom(made->QueryInterface(IID_IXMLDOMDocument2, &asked));
             document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(asked));
         }
-        CElementBuilder(document.Need()).Build(nullptr, root, 0);
+        CElementBuilder(document.Need(), isUnedited).Build(nullptr, root, 0);
         const CVariant target{TextView(path)};
         CheckCom(document->save(target.Get()));
         return true;
@@ -170,6 +207,6 @@ bool CKestC2XML::Export(const WCHAR* path, IBinNode* root) noexcept {
 
 void CKestC2XML::BuildElement(IXMLDOMDocument2* document, IXMLDOMNode* parent, IBinNode* node,
                               std::int32_t depth) noexcept try {
-    if (document) CElementBuilder(*document).Build(parent, node, depth);
+    if (document) CElementBuilder(*document, false).Build(parent, node, depth);
 } catch (...) {  // no memory to begin with
 }

@@ -21,8 +21,9 @@ public:
     virtual ~CKestC2XML() = default;
 
     /// Writes the tree to a file in UTF-8. False when there is no root, no DOM, or the file cannot be saved. Nothing
-    /// throws.
-    bool Export(const WCHAR* path, IBinNode* root) noexcept;
+    /// throws. Of a tree without pending edits (`isUnedited`) an element with a value and one child has it from that
+    /// child, a text: the child is then not asked for, which saves the making of a good part of all nodes.
+    bool Export(const WCHAR* path, IBinNode* root, bool isUnedited = false) noexcept;
 
     /// Builds the element of a node, with all below it, as the last child of `parent`, or of the document when that is
     /// null. Builds nothing for a null node and for one that is no element.

@@ -220,7 +220,7 @@ bool CBinaryDocument::ExportToXml(const WCHAR* path) {
     } catch (const std::bad_alloc&) {
         return false;
     }
-    return CKestC2XML().Export(path, m_root);
+    return CKestC2XML().Export(path, m_root, m_states == nullptr);
 }
 
 bool CBinaryDocument::IsModified() {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,11 @@ using TextView = std::basic_string_view<WCHAR>;
 /// The text of a terminated string; null is the empty text.
 inline TextView ViewOf(const WCHAR* text) {
     return text ? TextView(text, TextLength(text)) : TextView();
+}
+
+/// Like ==, which looks at one unit after another.
+inline bool AreSame(TextView a, TextView b) {
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(WCHAR)) == 0);
 }
 
 constexpr bool IsUpperAscii(WCHAR unit) {

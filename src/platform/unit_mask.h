@@ -59,6 +59,15 @@ inline std::size_t FirstInMask(std::uint64_t mask) {
     return static_cast<std::size_t>(std::countr_zero(mask));
 }
 
+/// Number of units that a mask stands for. std::popcount would be a call: the oldest processors of x86-64 have no
+/// instruction for it.
+inline std::size_t CountInMask(std::uint64_t mask) {
+    mask -= mask >> 1 & 0x5555555555555555;
+    mask = (mask & 0x3333333333333333) + (mask >> 2 & 0x3333333333333333);
+    mask = (mask + (mask >> 4)) & 0x0F0F0F0F0F0F0F0F;
+    return static_cast<std::size_t>(mask * 0x0101010101010101 >> 56);
+}
+
 /// Index of the last one.
 inline std::size_t LastInMask(std::uint64_t mask) {
     return kMaskUnits - 1 - static_cast<std::size_t>(std::countl_zero(mask));

@@ -1,7 +1,6 @@
 #include "script/item_table.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "platform/unit_mask.h"
 
@@ -57,7 +56,7 @@ void CItemTable::Finish(std::size_t end) {
     std::uint64_t separatorsBefore = 0;
     for (SBlock& block : m_blocks) {
         block.separatorsBefore = separatorsBefore;
-        separatorsBefore += static_cast<std::uint64_t>(std::popcount(block.separators));
+        separatorsBefore += CountInMask(block.separators);
     }
     m_end = end;
     m_count = end == 0 ? 0 : static_cast<std::size_t>(separatorsBefore) + 1;

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "dom_tree.h"
+#include "export/kest_c2xml.h"
 #include "export_trees.h"
 #include "failing_new.h"
 #include "model/document.h"
@@ -186,6 +187,11 @@ TEST(ExportFiles, RandomTreesFollowTheRulesAndTwoOtherParsersReadThem) {
         ASSERT_TRUE(ExportFile(tree, folder.Path("out.xml")));
         const std::string file = ReadText(folder.File("out.xml"));
         ASSERT_EQ(file, kDeclaration + Serialised(predicted)) << Notation(tree);
+        // Every child is asked for where something may be pending.
+        const auto document = LoadTree(tree);
+        const auto root = RootOf(*document.Get());
+        ASSERT_TRUE(CKestC2XML().Export(folder.Path("slow.xml").c_str(), root.Get()));
+        ASSERT_EQ(ReadText(folder.File("slow.xml")), file);
         CEvents expected;
         Tell(predicted, expected);
         ASSERT_EQ(ByExpat(file), expected.Shown()) << file;

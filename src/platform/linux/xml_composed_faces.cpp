@@ -18,7 +18,9 @@ HRESULT CComposedFace<Interface>::QueryInterface(const IID& iid, void** out) {
     *out = nullptr;
     if (iid == kIidComposedNode) {
         *out = &m_node;
-    } else if (iid == IID_IUnknown || iid == IID_IXMLDOMNode) {
+        return S_OK;
+    }
+    if (iid == IID_IUnknown || iid == IID_IXMLDOMNode) {
         *out = static_cast<IXMLDOMNode*>(this);
     } else if (iid == IID_IXMLDOMElement && std::is_same_v<Interface, IXMLDOMElement>) {
         *out = static_cast<Interface*>(this);
@@ -32,7 +34,7 @@ HRESULT CComposedFace<Interface>::QueryInterface(const IID& iid, void** out) {
 template <class Interface>
 ULONG CComposedFace<Interface>::Release() {
     if (m_references > 1) return --m_references;
-    m_document.Composer().Drop(m_node);
+    if (m_node.type != NODE_INVALID) m_document.Composer().Drop(m_node);
     m_document.Recycle(this);
     return 0;
 }

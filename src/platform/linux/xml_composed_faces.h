@@ -7,14 +7,17 @@
 
 class CXmlDocument;
 
-/// {0E0B8D52-6C1B-4E86-9D0B-3F6E0C7B5A17}: stores the ComposedNode behind the object, with a reference on the object.
+/// {0E0B8D52-6C1B-4E86-9D0B-3F6E0C7B5A17}: stores the ComposedNode behind the object, without a reference on it.
 inline constexpr IID kIidComposedNode = {0x0E0B8D52, 0x6C1B, 0x4E86, {0x9D, 0x0B, 0x3F, 0x6E, 0x0C, 0x7B, 0x5A, 0x17}};
 
 /// A node as one of the node interfaces.
 template <class Interface>
 class CComposedFace : public Interface {
 public:
-    CComposedFace(CXmlDocument& document, const ComposedNode& node) : m_document(document), m_node(node) {}
+    explicit CComposedFace(CXmlDocument& document) : m_document(document) {}
+
+    /// Of no type, until the composer has made it.
+    ComposedNode& Node() { return m_node; }
 
     HRESULT QueryInterface(const IID& iid, void** out) final;
     ULONG AddRef() final { return ++m_references; }

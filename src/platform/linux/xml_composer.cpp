@@ -14,6 +14,8 @@ namespace {
 constexpr std::string_view kLineBreak = "\r\n";
 // An indentation deeper than this is kept as a number: the text would grow with the square of the depth.
 constexpr std::uint32_t kMostTabsInText = 64;
+constexpr char kSomeTabs[] = {'\t', '\t', '\t', '\t', '\t', '\t', '\t', '\t'};
+static_assert(kMostTabsInText % sizeof(kSomeTabs) == 0);
 
 bool IsBlank(TextView text) {
     return std::all_of(text.begin(), text.end(),
@@ -24,7 +26,7 @@ bool IsBlank(TextView text) {
 bool IsIndentation(TextView text) {
     if (text.size() < 2 || text[0] != '\r' || text[1] != '\n') return false;
     const TextView tabs = text.substr(2);
-    if (tabs.empty()) return true;
+    if (tabs.size() < 16) return std::all_of(tabs.begin(), tabs.end(), [](WCHAR unit) { return unit == '\t'; });
     return tabs[0] == '\t' && std::memcmp(tabs.data(), tabs.data() + 1, (tabs.size() - 1) * sizeof(WCHAR)) == 0;
 }
 
@@ -32,8 +34,8 @@ bool IsIndentation(TextView text) {
 bool AppendEscaped(CXmlBytes& bytes, TextView text, XmlPlace place) {
     constexpr std::size_t kMostUnitsAtOnce = 16 * 1024;
     while (!text.empty()) {
-        std::size_t piece = std::min(text.size(), kMostUnitsAtOnce);
-        if (piece < text.size() && IsHighSurrogate(text[piece - 1])) --piece;
+        std::size_t piece = text.size();
+        if (piece > kMostUnitsAtOnce) piece = kMostUnitsAtOnce - (IsHighSurrogate(text[kMostUnitsAtOnce - 1]) ? 1 : 0);
         char* begin = bytes.Reserve(piece * kMostXmlBytesPerUnit);
         const char* end = EscapeXml(text.substr(0, piece), place, begin);
         if (!end) return false;
@@ -92,28 +94,31 @@ void CXmlBytes::Enlarge(std::size_t count) {
 }
 
 HRESULT CXmlComposer::MakeElement(TextView name, ComposedNode& node) {
+    if (!m_names.Find(name, node.name)) return E_INVALIDARG;
     node.owner = this;
     node.type = NODE_ELEMENT;
-    return m_names.Find(name, node.name) ? S_OK : E_INVALIDARG;
+    return S_OK;
 }
 
 HRESULT CXmlComposer::MakeText(DOMNodeType type, TextView text, ComposedNode& node) {
-    node.type = type;
+    if (type == NODE_TEXT && IsIndentation(text)) {
+        node.owner = this;
+        node.type = type;
+        node.isIndentation = true;
+        node.tabs = static_cast<std::uint32_t>(text.size() - kLineBreak.size());
+        return S_OK;
+    }
     CXmlBytesMark mark(m_waiting);
     if (type == NODE_CDATA_SECTION) {
         if (!AppendCData(m_waiting, text)) return E_INVALIDARG;
-    } else if (IsIndentation(text)) {
-        node.tabs = static_cast<std::uint32_t>(text.size() - kLineBreak.size());
-        m_waiting.Append(kLineBreak);
     } else if (!AppendEscaped(m_waiting, text, IsBlank(text) ? XmlPlace::kVerbatim : XmlPlace::kText)) {
         return E_INVALIDARG;
     }
-    KeepWaiting(node, mark);
+    KeepWaiting(type, node, mark);
     return S_OK;
 }
 
 HRESULT CXmlComposer::MakeInstruction(TextView target, TextView data, ComposedNode& node) {
-    node.type = NODE_PROCESSING_INSTRUCTION;
     if (data.find(WTEXT("?>")) != TextView::npos || !m_names.Find(target, node.name)) return E_INVALIDARG;
     CXmlBytesMark mark(m_waiting);
     m_waiting.Append("<?");
@@ -128,12 +133,13 @@ HRESULT CXmlComposer::MakeInstruction(TextView target, TextView data, ComposedNo
                             folded.find(WTEXT("encoding=\"utf-8\"")) == Text::npos &&
                             folded.find(WTEXT("encoding='utf-8'")) == Text::npos;
     }
-    KeepWaiting(node, mark);
+    KeepWaiting(NODE_PROCESSING_INSTRUCTION, node, mark);
     return S_OK;
 }
 
-void CXmlComposer::KeepWaiting(ComposedNode& node, CXmlBytesMark& mark) {
+void CXmlComposer::KeepWaiting(DOMNodeType type, ComposedNode& node, CXmlBytesMark& mark) {
     node.owner = this;
+    node.type = type;
     node.offset = mark.Size();
     node.byteCount = m_waiting.Size() - mark.Size();
     ++m_waitingCount;
@@ -141,7 +147,7 @@ void CXmlComposer::KeepWaiting(ComposedNode& node, CXmlBytesMark& mark) {
 }
 
 void CXmlComposer::Drop(const ComposedNode& node) {
-    if (node.type == NODE_ELEMENT || node.type == NODE_INVALID) return;
+    if (node.type == NODE_ELEMENT || node.isIndentation) return;
     if (--m_waitingCount == 0) m_waiting.Truncate(0);
 }
 
@@ -195,12 +201,24 @@ void CXmlComposer::AppendElement(ComposedNode& child) {
 }
 
 void CXmlComposer::AppendWaiting(const ComposedNode& child) {
-    char* bytes = m_text.Reserve(child.byteCount + kMostTabsInText);
-    const bool isDeep = child.tabs > kMostTabsInText;
-    if (isDeep) m_tabRuns.push_back({m_text.Size() + child.byteCount, child.tabs});
-    std::memcpy(bytes, m_waiting.Data() + child.offset, child.byteCount);
-    if (!isDeep) std::memset(bytes + child.byteCount, '\t', child.tabs);
-    m_text.Grow(child.byteCount + (isDeep ? 0 : child.tabs));
+    if (child.isIndentation) {
+        AppendIndentation(child.tabs);
+    } else {
+        m_text.Append(std::string_view(m_waiting.Data() + child.offset, child.byteCount));
+    }
+}
+
+void CXmlComposer::AppendIndentation(std::uint32_t tabs) {
+    char* bytes = m_text.Reserve(kLineBreak.size() + kMostTabsInText);
+    std::memcpy(bytes, kLineBreak.data(), kLineBreak.size());
+    bytes += kLineBreak.size();
+    m_text.Grow(kLineBreak.size());
+    if (tabs > kMostTabsInText) {
+        m_tabRuns.push_back({m_text.Size(), tabs});
+        return;
+    }
+    for (std::uint32_t i = 0; i < tabs; i += sizeof(kSomeTabs)) std::memcpy(bytes + i, kSomeTabs, sizeof(kSomeTabs));
+    m_text.Grow(tabs);
 }
 
 // The tag's end, with content to follow.
@@ -287,8 +305,7 @@ HRESULT CXmlComposer::SetAttribute(const ComposedNode& element, TextView name, T
 }
 
 // An attribute that was set again keeps its place among the others; its old text goes.
-void CXmlComposer::PutAttributesInPlace() {
-    if (!m_isAttrReplaced) return;
+void CXmlComposer::MoveAttributesInPlace() {
     std::string tag;
     tag.reserve(m_text.Size() - m_attrsStart);
     for (AttrSpan& span : m_attrs) {

@@ -89,7 +89,8 @@ struct ComposedNode {
     DOMNodeType type = NODE_INVALID;
     std::uint32_t name = 0;  // of an element or a processing instruction
     bool isAppended = false;
-    std::uint32_t tabs = 0;  // of an indentation, which has no bytes
+    bool isIndentation = false;  // which has no bytes but tabs
+    std::uint32_t tabs = 0;
     std::size_t offset = 0;  // of the bytes waiting to be appended
     std::size_t byteCount = 0;
     std::size_t level = 0;  // of an appended element: its place on the path, and its number
@@ -102,7 +103,8 @@ public:
     CXmlComposer(const CXmlComposer&) = delete;
     CXmlComposer& operator=(const CXmlComposer&) = delete;
 
-    /// New nodes. Each must be given to Drop in the end.
+    /// New nodes, into an untouched ComposedNode, which is to be given to Drop in the end. Its type stays invalid, and
+    /// it is not dropped, where this fails.
     HRESULT MakeElement(TextView name, ComposedNode& node);
     HRESULT MakeText(DOMNodeType type, TextView text, ComposedNode& node);
     HRESULT MakeInstruction(TextView target, TextView data, ComposedNode& node);
@@ -147,13 +149,17 @@ private:
     void EndTag(OpenElement& element);
     void AppendElement(ComposedNode& child);
     void AppendWaiting(const ComposedNode& child);
-    void KeepWaiting(ComposedNode& node, CXmlBytesMark& mark);
-    void PutAttributesInPlace();
+    void AppendIndentation(std::uint32_t tabs);
+    void KeepWaiting(DOMNodeType type, ComposedNode& node, CXmlBytesMark& mark);
+    void PutAttributesInPlace() {
+        if (m_isAttrReplaced) MoveAttributesInPlace();
+    }
+    void MoveAttributesInPlace();
 
     CXmlComposerNames m_names;
     CXmlBytes m_text;
     CXmlBytes m_waiting;              // what nodes not appended yet are made of
-    std::size_t m_waitingCount = 0;   // such nodes
+    std::size_t m_waitingCount = 0;   // nodes that have bytes there
     std::vector<OpenElement> m_path;  // from the document element down
     std::vector<TabRun> m_tabRuns;    // in the order of the text
     std::uint64_t m_serial = 0;       // of the newest element

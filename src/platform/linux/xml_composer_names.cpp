@@ -1,10 +1,9 @@
 #include "platform/linux/xml_composer_names.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
-#include <random>
 
+#include "platform/linux/name_hash.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -12,31 +11,6 @@ namespace {
 constexpr std::size_t kFirstSlots = 256;
 constexpr std::uint32_t kFreeSlot = 0xFFFFFFFF;
 constexpr std::uint32_t kMostNames = 0x7FFFFFFF;
-
-// Four units a step under a seed of the process's own, so that nobody can prepare names that collide.
-std::uint32_t HashName(TextView name) {
-    static const std::uint64_t seed = [] {
-        std::random_device random;
-        return (std::uint64_t{random()} << 32 | random()) | 1;
-    }();
-    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
-    constexpr std::size_t kStep = 4;
-    const auto mix = [](std::uint64_t a, std::uint64_t b) {
-        __extension__ using Product = unsigned __int128;
-        const Product product = static_cast<Product>(a) * b;
-        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-    };
-    std::uint64_t state = seed ^ (name.size() * kSpread);
-    std::uint64_t chunk = 0;
-    for (; name.size() > kStep; name.remove_prefix(kStep)) {
-        std::memcpy(&chunk, name.data(), sizeof(chunk));
-        state = mix(chunk ^ kSpread, state ^ seed);
-    }
-    chunk = 0;
-    for (const WCHAR unit : name) chunk = chunk << 16 | unit;
-    state = mix(chunk ^ kSpread, state ^ seed);
-    return static_cast<std::uint32_t>(state ^ state >> 32);
-}
 
 bool ToUtf8(TextView name, std::string& bytes) {
     std::size_t unitCount = 1;
@@ -65,7 +39,7 @@ std::size_t CXmlComposerNames::RecentKey(TextView name) {
 
 bool CXmlComposerNames::Find(TextView name, std::uint32_t& number) {
     std::uint32_t& recent = m_recent[RecentKey(name)];
-    if (recent < m_names.size() && UnitsOf(m_names[recent]) == name) {
+    if (!m_names.empty() && AreSame(UnitsOf(m_names[recent]), name)) {
         number = recent;
         return m_names[recent].isGood;
     }
@@ -77,12 +51,12 @@ bool CXmlComposerNames::Find(TextView name, std::uint32_t& number) {
 bool CXmlComposerNames::Look(TextView name, std::uint32_t& number) {
     if (m_slots.empty()) m_slots.assign(kFirstSlots, kFreeSlot);
     if ((m_names.size() + 1) * 2 > m_slots.size()) Rehash();  // first: what fails here has changed nothing
-    const std::uint32_t hash = HashName(name);
+    const std::uint32_t hash = HashNameBytes(name.data(), name.size() * sizeof(WCHAR));
     const std::size_t mask = m_slots.size() - 1;
     std::size_t i = hash & mask;
     for (; m_slots[i] != kFreeSlot; i = (i + 1) & mask) {
         const XmlComposerName& known = m_names[m_slots[i]];
-        if (known.hash == hash && UnitsOf(known) == name) {
+        if (known.hash == hash && AreSame(UnitsOf(known), name)) {
             number = m_slots[i];
             return known.isGood;
         }

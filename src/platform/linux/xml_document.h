@@ -29,7 +29,10 @@ public:
 
     CXmlTree& Tree() { return *m_tree; }
     /// Of a document that is not loaded. Throws std::bad_alloc.
-    CXmlComposer& Composer();
+    CXmlComposer& Composer() {
+        if (!m_composer) MakeComposer();
+        return *m_composer;
+    }
     /// Guarded, for operations that make the document: one that memory did not suffice for is never saved as if it were
     /// whole.
     template <class Operation>
@@ -83,6 +86,7 @@ private:
         alignas(CComposedElement) unsigned char composed[sizeof(CComposedElement)];
     };
     bool AddFreeFaces();
+    void MakeComposer();
     template <class Face, class Interface, class Operation>
     HRESULT Create(Interface** out, Operation operation);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "platform/com_ptr.h"
 #include "platform/linux/xml_document.h"
 
 namespace {
@@ -71,9 +72,8 @@ HRESULT CreateXmlDocumentObject(REFIID iid, void** out) {
 
 CXmlDocument::CXmlDocument() : m_tree(std::make_unique<CXmlTree>()) {}
 
-CXmlComposer& CXmlDocument::Composer() {
-    if (!m_composer) m_composer = std::make_unique<CXmlComposer>();
-    return *m_composer;
+void CXmlDocument::MakeComposer() {
+    m_composer = std::make_unique<CXmlComposer>();
 }
 
 bool CXmlDocument::AddFreeFaces() {
@@ -107,13 +107,11 @@ HRESULT CXmlDocument::Create(Interface** out, Operation operation) {
     *out = nullptr;
     if (m_isLoaded) return E_NOTIMPL;
     return Compose([&] {
-        ComposedNode node;
-        const HRESULT result = operation(node);
-        if (FAILED(result)) return result;
-        *out = MakeFace<Face>(node);
-        if (*out) return S_OK;
-        Composer().Drop(node);
-        return E_OUTOFMEMORY;
+        auto face = CComRef<Face>::Adopt(MakeFace<Face>());
+        if (!face) return E_OUTOFMEMORY;
+        const HRESULT result = operation(face->Node());
+        if (SUCCEEDED(result)) *out = face.Detach();
+        return result;
     });
 }
 
@@ -121,7 +119,6 @@ HRESULT CXmlDocument::AppendTo(const ComposedNode* parent, IXMLDOMNode* child, I
     if (appended) *appended = nullptr;
     void* found = nullptr;
     if (!child || FAILED(child->QueryInterface(kIidComposedNode, &found))) return E_INVALIDARG;
-    child->Release();
     ComposedNode& node = *static_cast<ComposedNode*>(found);
     if (node.owner != m_composer.get()) return E_INVALIDARG;
     const HRESULT result =

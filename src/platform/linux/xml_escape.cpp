@@ -1,9 +1,14 @@
 #include "platform/linux/xml_escape.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -37,23 +42,67 @@ constexpr std::array<Escape, 0x80> kEscapes = [] {
     return escapes;
 }();
 
-using UnitVector = std::uint16_t __attribute__((vector_size(16)));
-using ByteVector = unsigned char __attribute__((vector_size(8)));
-constexpr std::size_t kVectorUnits = sizeof(UnitVector) / sizeof(WCHAR);
+#ifdef __SSE2__
 
-// Eight units in one step where none is outside ASCII, a control character or escaped anywhere.
-bool NarrowEight(const WCHAR* units, char* bytes) {
-    UnitVector vector;
-    std::memcpy(&vector, units, sizeof(vector));
-    const auto odd =
-        ((vector - 0x20) >= (0x80 - 0x20)) | (vector == '&') | (vector == '<') | (vector == '>') | (vector == '"');
-    std::uint64_t halves[2];
-    std::memcpy(halves, &odd, sizeof(halves));
-    if ((halves[0] | halves[1]) != 0) return false;
-    const ByteVector narrow = __builtin_convertvector(vector, ByteVector);
-    std::memcpy(bytes, &narrow, sizeof(narrow));
-    return true;
+// A bit for each of sixteen units: it is in ASCII, no control character and escaped nowhere.
+unsigned PlainUnits(__m128i units, __m128i moreUnits) {
+    const auto arePlain = [](__m128i eight) {
+        const auto all = [](int unit) { return _mm_set1_epi16(static_cast<short>(unit)); };
+        const __m128i isInRange =
+            _mm_cmpeq_epi16(_mm_subs_epu16(_mm_sub_epi16(eight, all(' ')), all(0x7F - ' ')), _mm_setzero_si128());
+        // Two at a time, which differ by one bit.
+        static_assert(('"' | 4) == '&' && ('<' | 2) == '>');
+        const __m128i isEscaped = _mm_or_si128(_mm_cmpeq_epi16(_mm_or_si128(eight, all('&' - '"')), all('&')),
+                                               _mm_cmpeq_epi16(_mm_or_si128(eight, all('>' - '<')), all('>')));
+        return _mm_andnot_si128(isEscaped, isInRange);
+    };
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(arePlain(units), arePlain(moreUnits))));
 }
+
+// Writes the units up to the first that is not plain, sixteen, eight or four in a step, and tells how many these are;
+// of less than four there are none. May write more than counts, but not more than there is room for.
+std::ptrdiff_t NarrowPlain(const WCHAR* units, std::ptrdiff_t count, char* bytes) {
+    const __m128i none = _mm_setzero_si128();  // which is not plain, so that a step ends in front of it
+    const auto eightAt = [units](std::ptrdiff_t i) {
+        return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(units + i)));
+    };
+    const auto narrowEight = [&](std::ptrdiff_t i) {
+        const __m128i eight = eightAt(i);
+        _mm_storel_epi64(static_cast<__m128i*>(static_cast<void*>(bytes + i)), _mm_packus_epi16(eight, none));
+        return i + std::countr_one(PlainUnits(eight, none));
+    };
+    const auto narrowFour = [&](std::ptrdiff_t i) {
+        const __m128i four = _mm_loadl_epi64(static_cast<const __m128i*>(static_cast<const void*>(units + i)));
+        const int word = _mm_cvtsi128_si32(_mm_packus_epi16(four, none));
+        std::memcpy(bytes + i, &word, sizeof(word));
+        return i + std::countr_one(PlainUnits(four, none));
+    };
+    std::ptrdiff_t done = 0;
+    for (; count - done >= 16; done += 16) {
+        const __m128i low = eightAt(done);
+        const __m128i high = eightAt(done + 8);
+        _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(bytes + done)), _mm_packus_epi16(low, high));
+        const unsigned others = PlainUnits(low, high) ^ 0xFFFF;
+        if (others) return done + std::countr_zero(others);
+    }
+    const std::ptrdiff_t step = count >= 8 ? 8 : 4;
+    if (count - done >= step) {
+        const std::ptrdiff_t plain = step == 8 ? narrowEight(done) : narrowFour(done);
+        if (plain < done + step) return plain;
+        done = plain;
+    }
+    // The last units in a step with plain ones before them, which come out the same again.
+    if (done == count || done == 0) return done;
+    return step == 8 ? narrowEight(count - step) : narrowFour(count - step);
+}
+
+#else
+
+std::ptrdiff_t NarrowPlain(const WCHAR*, std::ptrdiff_t, char*) {
+    return 0;
+}
+
+#endif
 
 char Trail(std::uint32_t point) {
     return static_cast<char>(0x80 | (point & 0x3F));
@@ -85,57 +134,54 @@ const WCHAR* WriteThreeByteRun(const WCHAR* unit, const WCHAR* end, char*& bytes
     return unit;
 }
 
+// Writes one unit of ASCII, or a run of others. Gives the unit behind; null when XML cannot hold it.
+const WCHAR* EscapeNext(const WCHAR* unit, const WCHAR* end, XmlPlace place, char*& bytes) {
+    const std::uint32_t first = *unit;
+    if (first < 0x80) {
+        const Escape& escape = kEscapes[first];
+        if (escape.size == 0) return nullptr;
+        if ((escape.places & static_cast<unsigned char>(place)) == 0) {
+            *bytes++ = static_cast<char>(first);
+        } else {
+            std::memcpy(bytes, escape.bytes, kMostXmlBytesPerUnit);
+            bytes += escape.size;
+        }
+        return unit + 1;
+    }
+    if (first < 0x800) return WriteTwoByteRun(unit, end, bytes);
+    if (TakesThreeBytes(first)) return WriteThreeByteRun(unit, end, bytes);
+    const bool isPair = end - unit >= 2 && IsHighSurrogate(unit[0]) && IsLowSurrogate(unit[1]);
+    if (!isPair) return nullptr;
+    const std::uint32_t point = 0x10000 + ((first & 0x3FF) << 10) + (unit[1] & 0x3FFu);
+    *bytes++ = static_cast<char>(0xF0 | point >> 18);
+    *bytes++ = Trail(point >> 12);
+    *bytes++ = Trail(point >> 6);
+    *bytes++ = Trail(point);
+    return unit + 2;
+}
+
 }  // namespace
 
 char* EscapeXml(TextView text, XmlPlace place, char* bytes) {
-    const unsigned char placeBit = static_cast<unsigned char>(place);
     const WCHAR* unit = text.data();
     const WCHAR* end = unit + text.size();
-    bool isBehindEight = false;
     while (unit != end) {
-        if (end - unit >= static_cast<std::ptrdiff_t>(kVectorUnits) && NarrowEight(unit, bytes)) {
-            unit += kVectorUnits;
-            bytes += kVectorUnits;
-            isBehindEight = true;
-            continue;
-        }
-        // The last few units in one step with some before them, which give the same bytes again: those, when the step
-        // before was one of eight, were plain.
-        const std::ptrdiff_t rest = end - unit;
-        if (rest < static_cast<std::ptrdiff_t>(kVectorUnits) && isBehindEight &&
-            NarrowEight(end - kVectorUnits, bytes + rest - kVectorUnits)) {
-            return bytes + rest;
-        }
-        isBehindEight = false;
-        // Up to where the next step of eight may fit again.
-        const WCHAR* stop = end - unit > static_cast<std::ptrdiff_t>(kVectorUnits) ? unit + kVectorUnits : end;
-        while (unit < stop) {
-            const std::uint32_t first = *unit;
-            if (first < 0x80) {
-                const Escape& escape = kEscapes[first];
-                if (escape.size == 0) return nullptr;
-                if ((escape.places & placeBit) == 0) {
-                    *bytes++ = static_cast<char>(first);
-                } else {
-                    std::memcpy(bytes, escape.bytes, kMostXmlBytesPerUnit);
-                    bytes += escape.size;
-                }
-                ++unit;
-            } else if (first < 0x800) {
-                unit = WriteTwoByteRun(unit, end, bytes);
-            } else if (TakesThreeBytes(first)) {
-                unit = WriteThreeByteRun(unit, end, bytes);
-            } else {
-                const bool isPair = end - unit >= 2 && IsHighSurrogate(unit[0]) && IsLowSurrogate(unit[1]);
-                if (!isPair) return nullptr;
-                const std::uint32_t point = 0x10000 + ((first & 0x3FF) << 10) + (unit[1] & 0x3FFu);
-                *bytes++ = static_cast<char>(0xF0 | point >> 18);
-                *bytes++ = Trail(point >> 12);
-                *bytes++ = Trail(point >> 6);
-                *bytes++ = Trail(point);
-                unit += 2;
-            }
-        }
+        const std::ptrdiff_t plain = NarrowPlain(unit, end - unit, bytes);
+        unit += plain;
+        bytes += plain;
+        if (unit == end) break;
+        unit = EscapeNext(unit, end, place, bytes);
+        if (!unit) return nullptr;
+    }
+    return bytes;
+}
+
+char* EscapeXmlPortable(TextView text, XmlPlace place, char* bytes) {
+    const WCHAR* unit = text.data();
+    const WCHAR* end = unit + text.size();
+    while (unit != end) {
+        unit = EscapeNext(unit, end, place, bytes);
+        if (!unit) return nullptr;
     }
     return bytes;
 }

@@ -16,3 +16,6 @@ inline constexpr std::size_t kMostXmlBytesPerUnit = 6;  // "&quot;"
 /// Writes a text to `bytes`, which has room for kMostXmlBytesPerUnit bytes per unit. Gives the end of what was written;
 /// null when XML cannot hold the text: for most control characters, U+FFFE and U+FFFF, lone surrogates.
 char* EscapeXml(TextView text, XmlPlace place, char* bytes);
+
+/// The same unit by unit, for comparison.
+char* EscapeXmlPortable(TextView text, XmlPlace place, char* bytes);

@@ -1,7 +1,8 @@
 #include "platform/linux/xml_tree.h"
 
 #include <algorithm>
-#include <random>
+
+#include "platform/linux/name_hash.h"
 
 namespace {
 
@@ -13,36 +14,6 @@ constexpr std::size_t kMostTextUnits = 0x7FFFFF00;
 constexpr std::size_t kNameBlockBytes = 4096;
 constexpr std::size_t kFirstNameSlots = 256;
 constexpr std::uint32_t kFreeSlot = 0xFFFFFFFF;
-
-// Eight bytes a step under a seed of the process's own, so that nobody can prepare names that collide.
-std::uint32_t HashName(std::string_view name) {
-    static const std::uint64_t seed = [] {
-        std::random_device random;
-        return (std::uint64_t{random()} << 32 | random()) | 1;
-    }();
-    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
-    const auto mix = [](std::uint64_t a, std::uint64_t b) {
-        __extension__ using Product = unsigned __int128;
-        const Product product = static_cast<Product>(a) * b;
-        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-    };
-    const char* bytes = name.data();
-    std::size_t count = name.size();
-    std::uint64_t state = seed ^ (count * kSpread);
-    std::uint64_t word = 0;
-    for (; count > sizeof(word); bytes += sizeof(word), count -= sizeof(word)) {
-        std::memcpy(&word, bytes, sizeof(word));
-        state = mix(word ^ kSpread, state ^ seed);
-    }
-    if (count == sizeof(word)) {
-        std::memcpy(&word, bytes, sizeof(word));
-    } else {
-        word = 0;
-        for (std::size_t i = 0; i < count; ++i) word = word << 8 | static_cast<unsigned char>(bytes[i]);
-    }
-    state = mix(word ^ kSpread, state ^ seed);
-    return static_cast<std::uint32_t>(state ^ state >> 32);
-}
 
 }  // namespace
 
@@ -64,7 +35,7 @@ void CTextArena::MakeRoom(std::size_t unitCount) {
 
 std::uint32_t CXmlNames::Intern(std::string_view name) {
     if (m_slots.empty()) m_slots.assign(kFirstNameSlots, kFreeSlot);
-    const std::uint32_t hash = HashName(name);
+    const std::uint32_t hash = HashNameBytes(name.data(), name.size());
     const std::size_t mask = m_slots.size() - 1;
     std::size_t i = hash & mask;
     for (; m_slots[i] != kFreeSlot; i = (i + 1) & mask) {
