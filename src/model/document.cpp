@@ -102,7 +102,7 @@ void CBinaryDocument::TakeRoot(CBinNode* root) {
 
 // No node is edited, moved, taken out or left without a record: the records say all.
 bool CBinaryDocument::StandsInRecords() const {
-    return !m_states && !m_tree.copied && m_tree.unknownCount == 0 && m_root && m_root->Record();
+    return IsUnedited() && !m_tree.copied && m_tree.unknownCount == 0 && m_root && m_root->Record();
 }
 
 // Copies a tree that stands in its records alone by sharing them: a node becomes what CloneTo makes of one when it is

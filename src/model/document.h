@@ -59,6 +59,9 @@ public:
     /// Puts a rebuilt dictionary and tree in place of the present ones.
     void Replace(CWordDict&& words, CRecordTree&& tree);
 
+    /// No node is edited, moved, or has other children than its record tells.
+    bool IsUnedited() const { return !m_states; }
+
     /// Makes the nodes of the whole tree. Throws std::bad_alloc.
     void MakeAllNodes();
 

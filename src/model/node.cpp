@@ -129,7 +129,7 @@ const WCHAR* CBinNode::GetEditedValue() {
     }
     if (ListCount() != 1) return nullptr;
     if (HasUnmadeChildren()) {
-        const Slice slice = UnmadeRecords();
+        const Slice slice = ChildRecords();
         const unsigned char* child = document->Block() + slice.begin;
         if (slice.begin == slice.end || *child != kText) return nullptr;
         return document->Tree().WordsOf(document->Words()).GetWord(ReadU32(child + kWordOffset));
@@ -203,9 +203,9 @@ CBinNode* CBinNode::NextMadeBehind(const CBinNode* top) const {
     return nullptr;
 }
 
-CBinNode::Slice CBinNode::UnmadeRecords() const {
+CBinNode::Slice CBinNode::ChildRecords() const {
     const CRecordTree& tree = Document()->Tree();
-    std::uint32_t span = links::SpanOf(Links());
+    std::uint32_t span = HasUnmadeChildren() ? links::SpanOf(Links()) : tree.FirstSpanFrom(m_offset);
     const std::uint32_t size = static_cast<std::uint32_t>(GetRecordSize(tree.bytes.get() + m_offset));
     return {m_offset + size, tree.SkipSubtree(m_offset, span)};
 }

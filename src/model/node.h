@@ -23,6 +23,7 @@ class CBinaryDocument;
 class CBinNode;
 struct CCopiedWords;
 struct CNodeRun;
+struct RecordRange;
 struct CNodeSlab;
 struct CNodeState;
 
@@ -86,12 +87,13 @@ public:
     CBinNode* NextMadeBehind(const CBinNode* top) const;
     /// Makes the nodes of this element's children, unless they are made. Throws std::bad_alloc.
     void MakeChildren();
-    /// With unmade children: where their records lie in the document's block.
+    /// Where the records of the children and all below them lie in the document's block. Only with children that are
+    /// not made, or when no node of the document is edited.
     struct Slice {
         std::uint32_t begin;
         std::uint32_t end;
     };
-    Slice UnmadeRecords() const;
+    Slice ChildRecords() const;
 
     /// Ends the hold of a parent or document: a node that nobody else holds is destroyed with its subtree.
     void LetGo();
@@ -172,6 +174,8 @@ private:
     CNodeRef CopyAlone(CBinaryDocument* target);
     void CopyElementTexts(CBinNode& copy);
     bool EqualsAlone(CBinNode& other);
+    bool StandsInRecordsBelow() const;
+    RecordRange RecordsBelow() const;
 
     static constexpr std::uint32_t kGuest = 0x80000000;
     static constexpr std::uint32_t kPlaceUnit = alignof(void*);

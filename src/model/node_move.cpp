@@ -4,6 +4,7 @@
 
 #include "model/attr_table.h"
 #include "model/node_access.h"
+#include "model/record_compare.h"
 
 CChildList& CBinNode::NeedChildList() {
     MakeChildren();
@@ -270,7 +271,10 @@ bool CBinNode::Compare(CBinNode* a, CBinNode* b, bool deep) {
         if (!a->EqualsAlone(*b)) return false;
         if (!deep) return true;
         // Both trees have the same shape up to here, so one way through the first serves for both.
-        if (IsElement(a->Record()) && a->ListCount() > 0) {
+        const bool hasChildren = IsElement(a->Record()) && a->ListCount() > 0;
+        if (hasChildren && a->StandsInRecordsBelow() && b->StandsInRecordsBelow()) {
+            if (!HaveEqualRecords(a->RecordsBelow(), b->RecordsBelow())) return false;
+        } else if (hasChildren) {
             a->MakeChildren();
             b->MakeChildren();
             a = a->FirstMadeChild();
@@ -289,6 +293,20 @@ bool CBinNode::Compare(CBinNode* a, CBinNode* b, bool deep) {
             b = b->m_parent;
         }
     }
+}
+
+// No child, nor any node below it, is anything but its record.
+bool CBinNode::StandsInRecordsBelow() const {
+    const CBinaryDocument* document = Document();
+    const CRecordTree& tree = document->Tree();
+    if (tree.copied || tree.unknownCount > 0 || !IsElement(Record())) return false;
+    return HasUnmadeChildren() || document->IsUnedited();
+}
+
+RecordRange CBinNode::RecordsBelow() const {
+    const CBinaryDocument* document = Document();
+    const Slice slice = ChildRecords();
+    return {document->Tree(), document->Words(), slice.begin, slice.end};
 }
 
 namespace {

@@ -60,7 +60,7 @@ void CRebuild::MakeNodesWithoutRecord() {
     if (tree.unknownCount == 0) return;
     for (CBinNode* node = m_document.Root(); node; node = node->NextMadeInPreOrder(m_document.Root())) {
         if (!node->HasUnmadeChildren()) continue;
-        if (node->UnmadeRecords().end == tree.end) node->MakeChildren();
+        if (node->ChildRecords().end == tree.end) node->MakeChildren();
     }
 }
 
@@ -94,7 +94,7 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     }
     m_placed.Append({&node, static_cast<std::uint32_t>(offset)});
     if (node.HasUnmadeChildren()) {
-        const CBinNode::Slice slice = node.UnmadeRecords();
+        const CBinNode::Slice slice = node.ChildRecords();
         EmitSlice(m_document.Block() + slice.begin, m_document.Block() + slice.end);
     }
     if (m_records.Size() > 0xFFFFFFF0) throw std::bad_alloc();

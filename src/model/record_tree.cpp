@@ -1,5 +1,7 @@
 #include "model/record_tree.h"
 
+#include <algorithm>
+
 #include "model/layout.h"
 
 namespace {
@@ -111,4 +113,10 @@ std::uint32_t CRecordTree::SkipSmallSubtree(std::uint32_t offset) const {
         }
     }
     return offset;
+}
+
+std::uint32_t CRecordTree::FirstSpanFrom(std::uint32_t offset) const {
+    const Span* span = std::lower_bound(spans.begin(), spans.end(), offset,
+                                        [](const Span& other, std::uint32_t from) { return other.offset < from; });
+    return static_cast<std::uint32_t>(span - spans.begin());
 }

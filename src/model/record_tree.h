@@ -59,6 +59,8 @@ struct CRecordTree {
         span = found.next;
         return found.end;
     }
+    /// The index of the first span at or behind an offset.
+    std::uint32_t FirstSpanFrom(std::uint32_t offset) const;
     /// The index of the first span inside the subtree of the record at `offset`, by that of the first at or behind it.
     std::uint32_t SpanInside(std::uint32_t offset, std::uint32_t span) const {
         return span < spans.Size() && spans[span].offset == offset ? span + 1 : span;

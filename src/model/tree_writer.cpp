@@ -47,7 +47,7 @@ void WriteTree(COutputFile& file, const CBinaryDocument& document) {
     for (CBinNode* node = root; node;) {
         const unsigned char* record = node->Record();
         if (node->HasUnmadeChildren()) {
-            const CBinNode::Slice slice = node->UnmadeRecords();
+            const CBinNode::Slice slice = node->ChildRecords();
             const std::size_t size = static_cast<std::size_t>(GetRecordSize(record));
             if (record + size == document.Block() + slice.begin) {
                 WriteSlice(file, tree, slice.begin - static_cast<std::uint32_t>(size), slice.end);
