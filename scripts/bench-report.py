@@ -56,8 +56,12 @@ ROWS = [
      None),
     ("`Clone` of a document against its load and walk", "clone/parvel/files", "load_walk/parvel/files", ATMOST, 1,
      None),
+    ("the same of a document whose root is edited", "clone_edited/parvel/files", "load_walk/parvel/files", ATMOST, None,
+     None),
     ("`IsEqual` of documents against load and walk of one", "compare/parvel/files", "load_walk/parvel/files", ATMOST,
      1, None),
+    ("the same of two whose roots are edited", "compare_edited/parvel/files", "load_walk/parvel/files", ATMOST, None,
+     None),
     ("script result: list of 1,000,000 items against `memchr` and one copy", "script_million/parvel/items",
      "script_million/look_and_copy/items", ATMOST, 3, None),
 ]

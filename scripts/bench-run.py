@@ -18,6 +18,7 @@ import time
 # Figures that are compared with each other run in one process; all others by themselves.
 GROUPS = {
     "load_walk": "walk", "first_answer": "walk", "clone": "walk", "compare": "walk",
+    "clone_edited": "walk", "compare_edited": "walk",
     "save": "save", "edit_save": "save",
 }
 REPETITIONS = {"files": 7, "small": 15, "series": 5, "count": 5}

@@ -85,8 +85,13 @@ void CBinaryDocument::Clone(IBinDocument** out) {
         copy->m_optionFlags = m_optionFlags;
         copy->m_optionValue = m_optionValue;
         std::memcpy(copy->m_path, m_path, sizeof(m_path));
-        if (m_root && !copy->CopyTreeOf(*this)) {
-            if (const CNodeRef root = CBinNode::CloneTo(m_root, copy, true)) copy->TakeRoot(root.get());
+        if (m_root) {
+            copy->ShareTreeOf(*this);
+            if (const CNodeRef root = CBinNode::CloneTo(m_root, copy, true)) {
+                copy->UnlistDetached(root.get());
+                copy->m_root = root.get();
+                copy->m_modified = true;
+            }
         }
         *out = copy;
     } catch (const std::bad_alloc&) {
@@ -94,49 +99,38 @@ void CBinaryDocument::Clone(IBinDocument** out) {
     }
 }
 
-void CBinaryDocument::TakeRoot(CBinNode* root) {
-    UnlistDetached(root);
-    m_root = root;
-    m_modified = true;
-}
-
 // No node is edited, moved, taken out or left without a record: the records say all.
 bool CBinaryDocument::StandsInRecords() const {
     return IsUnedited() && !m_tree.copied && m_tree.unknownCount == 0 && m_root && m_root->Record();
 }
 
-// Copies a tree that stands in its records alone by sharing them: a node becomes what CloneTo makes of one when it is
-// first asked for. Only what shows before that is done at once: the texts are added to the dictionary. False, with
-// nothing done, when the tree is edited, or has nodes that a copy leaves out or changes the shape of.
-bool CBinaryDocument::CopyTreeOf(const CBinaryDocument& source) {
+// For CloneTo, which then leaves children of the copies unmade where those of the originals stand in their records.
+void CBinaryDocument::ShareTreeOf(const CBinaryDocument& source) {
     const CRecordTree& original = source.m_tree;
-    if (!source.StandsInRecords()) return false;
-    CRecordTree tree;
-    tree.bytes = original.bytes;
-    tree.begin = original.begin;
-    tree.end = original.end;
-    tree.spans = original.spans;
-    tree.copied = std::make_unique<CCopiedWords>();
-    tree.copied->words = source.m_words;
-    CGrowArray<std::uint32_t>& textWords = tree.copied->textWords;
-    textWords.ExtendFilled(source.m_words.GetWordCount(), 0xFF);
-    const unsigned char* end = original.bytes.get() + original.end;
-    for (const unsigned char* record = original.bytes.get() + original.begin; record != end;) {
-        const std::uint32_t word = ReadU32(record + kWordOffset);
-        const bool isOdd = *source.GetWord(word) == 0 || (IsElement(record) && ReadI32(record + kOwnValueOffset) >= 0);
-        if (isOdd) {
-            m_words = source.m_words;
-            return false;
-        }
-        if (IsText(record) && textWords[word] == kNoWord) textWords[word] = m_words.AddWordOf(source.m_words, word);
-        record += GetRecordSize(record);
+    if (original.copied || original.unknownCount > 0 || original.IsEmpty()) return;
+    m_tree.bytes = original.bytes;
+    m_tree.begin = original.begin;
+    m_tree.end = original.end;
+    m_tree.spans = original.spans;
+    m_tree.copied = std::make_unique<CCopiedWords>();
+    m_tree.copied->words = source.m_words;
+    m_tree.copied->textWords.ExtendFilled(source.m_words.GetWordCount(), 0xFF);
+}
+
+bool CBinaryDocument::TakeTextsOf(std::uint32_t begin, std::uint32_t end) {
+    const CWordDict& words = m_tree.copied->words;
+    const unsigned char* const first = Block() + begin;
+    const unsigned char* const last = Block() + end;
+    for (const unsigned char* record = first; record != last; record += GetRecordSize(record)) {
+        if (*words.GetWord(ReadU32(record + kWordOffset)) == 0) return false;
+        if (IsElement(record) && ReadI32(record + kOwnValueOffset) >= 0) return false;
     }
-    const CNodeRef root = NewNode();
-    m_tree = std::move(tree);
-    root->m_offset = m_tree.begin;
-    if (IsElement(Block() + m_tree.begin) && ChildCountOf(Block() + m_tree.begin) > 0) root->m_links = links::Unmade(0);
-    root->BecomeCopy(*m_tree.copied);
-    TakeRoot(root.get());
+    CGrowArray<std::uint32_t>& textWords = m_tree.copied->textWords;
+    for (const unsigned char* record = first; record != last; record += GetRecordSize(record)) {
+        if (IsElement(record)) continue;
+        const std::uint32_t word = ReadU32(record + kWordOffset);
+        if (textWords[word] == kNoWord) textWords[word] = m_words.AddWordOf(words, word);
+    }
     return true;
 }
 

@@ -62,6 +62,11 @@ public:
     /// No node is edited, moved, or has other children than its record tells.
     bool IsUnedited() const { return !m_states; }
 
+    /// In a tree of copies: adds the texts of a range of records to the dictionary, as copying their nodes does. False,
+    /// with nothing done, when a copy would leave one of them out, for want of a name, or make more of it, for its own
+    /// value.
+    bool TakeTextsOf(std::uint32_t begin, std::uint32_t end);
+
     /// Makes the nodes of the whole tree. Throws std::bad_alloc.
     void MakeAllNodes();
 
@@ -87,9 +92,8 @@ private:
     CBinaryDocument() = default;
     ~CBinaryDocument();
 
-    void TakeRoot(CBinNode* root);
     bool StandsInRecords() const;
-    bool CopyTreeOf(const CBinaryDocument& source);
+    void ShareTreeOf(const CBinaryDocument& source);
     bool ReadFile(const WCHAR* path, CWordDict& words, CRecordTree& tree);
     void AdoptTree(CRecordTree&& tree, CWordDict&& words);
     void HoldKeptNodes();

@@ -174,6 +174,7 @@ private:
     CNodeRef CopyAlone(CBinaryDocument* target);
     void CopyElementTexts(CBinNode& copy);
     bool EqualsAlone(CBinNode& other);
+    bool ShareChildrenOf(const CBinNode& original);
     bool StandsInRecordsBelow() const;
     RecordRange RecordsBelow() const;
 

@@ -182,9 +182,12 @@ CNodeRef CBinNode::CloneTo(CBinNode* source, CBinaryDocument* target, bool deep)
     if (!top || !deep) return top;
     CBinNode* copy = top.get();
     for (CBinNode* node = source;;) {
-        node->MakeChildren();
+        CBinNode* next = nullptr;
+        if (IsElement(node->Record()) && node->ListCount() > 0 && !copy->ShareChildrenOf(*node)) {
+            node->MakeChildren();
+            next = node->FirstMadeChild();
+        }
         // Into the first child that can be copied; otherwise along to the next sibling of the nearest ancestor.
-        CBinNode* next = node->HasMadeChildren() && IsElement(node->Record()) ? node->FirstMadeChild() : nullptr;
         CBinNode* parentCopy = copy;
         CNodeRef childCopy;
         while (!childCopy) {
@@ -201,6 +204,20 @@ CNodeRef CBinNode::CloneTo(CBinNode* source, CBinaryDocument* target, bool deep)
         node = next;
         copy = childCopy.get();
     }
+}
+
+// Leaves the children of this copy unmade, if its document shares the records that they are to be made of.
+bool CBinNode::ShareChildrenOf(const CBinNode& original) {
+    CNodeState& state = *State();
+    const CRecordTree& tree = state.document->Tree();
+    if (!tree.copied || tree.bytes != original.Document()->Tree().bytes || !original.StandsInRecordsBelow())
+        return false;
+    const Slice slice = original.ChildRecords();
+    if (!state.document->TakeTextsOf(slice.begin, slice.end)) return false;
+    m_offset = original.m_offset;
+    state.links = links::Unmade(tree.FirstSpanFrom(m_offset));
+    WriteU32(state.record + kChildCountOffset, ChildCountOf(original.Record()));
+    return true;
 }
 
 // Null when there is no name to make an element of. The copy's own pending attributes and value are not copied.

@@ -23,7 +23,8 @@ struct ShortElement {
     std::uint32_t writtenCount;  // children that do have one
 };
 
-/// What a tree of copies needs besides the records of the tree that was copied: see CBinaryDocument::CopyTreeOf.
+/// A clone shares the records of the original's tree: a node becomes what CloneTo makes of one when it is first asked
+/// for. Only what shows before that is done at once: texts are added to the dictionary. This is what it takes besides.
 struct CCopiedWords {
     CWordDict words;                      // that the records name
     CGrowArray<std::uint32_t> textWords;  // of each word that is a text: what AddWord gave for it in the copy
