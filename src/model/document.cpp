@@ -76,64 +76,6 @@ void CBinaryDocument::GetRoot(IBinNode** out) {
     }
 }
 
-void CBinaryDocument::Clone(IBinDocument** out) {
-    if (!out) return;
-    CBinaryDocument* copy = nullptr;
-    try {
-        copy = Create();
-        copy->m_words = m_words;
-        copy->m_optionFlags = m_optionFlags;
-        copy->m_optionValue = m_optionValue;
-        std::memcpy(copy->m_path, m_path, sizeof(m_path));
-        if (m_root) {
-            copy->ShareTreeOf(*this);
-            if (const CNodeRef root = CBinNode::CloneTo(m_root, copy, true)) {
-                copy->UnlistDetached(root.get());
-                copy->m_root = root.get();
-                copy->m_modified = true;
-            }
-        }
-        *out = copy;
-    } catch (const std::bad_alloc&) {
-        if (copy) copy->Release();
-    }
-}
-
-// No node is edited, moved, taken out or left without a record: the records say all.
-bool CBinaryDocument::StandsInRecords() const {
-    return IsUnedited() && !m_tree.copied && m_tree.unknownCount == 0 && m_root && m_root->Record();
-}
-
-// For CloneTo, which then leaves children of the copies unmade where those of the originals stand in their records.
-void CBinaryDocument::ShareTreeOf(const CBinaryDocument& source) {
-    const CRecordTree& original = source.m_tree;
-    if (original.copied || original.unknownCount > 0 || original.IsEmpty()) return;
-    m_tree.bytes = original.bytes;
-    m_tree.begin = original.begin;
-    m_tree.end = original.end;
-    m_tree.spans = original.spans;
-    m_tree.copied = std::make_unique<CCopiedWords>();
-    m_tree.copied->words = source.m_words;
-    m_tree.copied->textWords.ExtendFilled(source.m_words.GetWordCount(), 0xFF);
-}
-
-bool CBinaryDocument::TakeTextsOf(std::uint32_t begin, std::uint32_t end) {
-    const CWordDict& words = m_tree.copied->words;
-    const unsigned char* const first = Block() + begin;
-    const unsigned char* const last = Block() + end;
-    for (const unsigned char* record = first; record != last; record += GetRecordSize(record)) {
-        if (*words.GetWord(ReadU32(record + kWordOffset)) == 0) return false;
-        if (IsElement(record) && ReadI32(record + kOwnValueOffset) >= 0) return false;
-    }
-    CGrowArray<std::uint32_t>& textWords = m_tree.copied->textWords;
-    for (const unsigned char* record = first; record != last; record += GetRecordSize(record)) {
-        if (IsElement(record)) continue;
-        const std::uint32_t word = ReadU32(record + kWordOffset);
-        if (textWords[word] == kNoWord) textWords[word] = m_words.AddWordOf(words, word);
-    }
-    return true;
-}
-
 void CBinaryDocument::ClearDictionary() {
     ReplaceWords(CWordDict());
 }
@@ -224,23 +166,6 @@ bool CBinaryDocument::IsModified() {
 bool CBinaryDocument::SetModified(bool modified) {
     m_modified = modified;
     return modified;
-}
-
-bool CBinaryDocument::IsEqual(IBinDocument** other) {
-    if (!other || !*other) return false;
-    CBinaryDocument* document = static_cast<CBinaryDocument*>(*other);
-    if (document == this) return true;
-    if (m_words.GetWordCount() != document->m_words.GetWordCount()) return false;
-    if (!m_root || !document->m_root) return !m_root && !document->m_root;
-    if (StandsInRecords() && document->StandsInRecords() && m_tree.HasSameBytes(document->m_tree) &&
-        m_words.HasSameBytes(document->m_words)) {
-        return true;
-    }
-    try {
-        return CBinNode::Compare(m_root, document->m_root, true);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
 }
 
 void CBinaryDocument::Compact() {
