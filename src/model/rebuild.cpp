@@ -9,7 +9,7 @@
 
 namespace {
 
-enum Folding : unsigned char { kUnknownFolding = 0, kFolded, kNotFolded };
+enum Casing : unsigned char { kUnknownCasing = 0, kLower, kMixed };
 
 bool IsFolded(const WCHAR* text) {
     while (*text && !IsUpperAscii(*text)) ++text;
@@ -30,8 +30,8 @@ bool NamesOnly(const unsigned char* element, std::uint32_t wordCount) {
 CRebuild::CRebuild(CBinaryDocument& document)
     : m_document(document), m_oldWords(document.Words()), m_map(m_oldWords, m_newWords) {
     const std::size_t wordCount = m_oldWords.GetWordCount();
-    m_isFolded.Reserve(wordCount);
-    m_isFolded.ExtendFilled(wordCount, kUnknownFolding);
+    m_casing.Reserve(wordCount);
+    m_casing.ExtendFilled(wordCount, kUnknownCasing);
     m_records.Reserve(m_document.Tree().end - m_document.Tree().begin);
 }
 
@@ -117,7 +117,7 @@ void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) 
 // As EmitElement does without a state: the same words in the same order.
 void CRebuild::EmitUnedited(const unsigned char* element) {
     const std::uint32_t attrCount = AttrCountOf(element);
-    if (attrCount > 0 && !IsTableCanonical(element)) {
+    if (attrCount > 0 && !IsInOrder(element)) {
         EmitElement(element, nullptr);
         return;
     }
@@ -138,7 +138,7 @@ void CRebuild::EmitCopied(const unsigned char* element) {
     if (attrCount > 0) {
         m_map.Map(0);
         const CWordDict& copiedWords = m_document.Tree().copied->words;
-        if (NamesOnly(element, copiedWords.GetWordCount()) && IsTableCanonical(element)) {
+        if (NamesOnly(element, copiedWords.GetWordCount()) && IsInOrder(element)) {
             MapEntries(element, m_records.Extend(kAttrEntryBytes * std::size_t{attrCount}));
         } else {
             EmitAttrList(*CopyAttrList(element, copiedWords));
@@ -154,7 +154,7 @@ void CRebuild::MapEntries(const unsigned char* element, unsigned char* target) {
     const unsigned char* entry = AttrEntryOf(element, 0);
     const unsigned char* end = AttrEntryOf(element, AttrCountOf(element));
     for (; entry != end; entry += kAttrEntryBytes, target += kAttrEntryBytes) {
-        WriteU32(target, m_map.Map(ReadU32(entry)));
+        WriteU32(target, MapName(ReadU32(entry)));
         WriteU32(target + kAttrValueOffset, m_map.Map(ReadU32(entry + kAttrValueOffset)));
     }
 }
@@ -200,7 +200,7 @@ void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state)
 // Appends the attribute entries and gives their number.
 std::uint32_t CRebuild::EmitAttrs(const unsigned char* record, const CNodeState* state) {
     if (state && state->attrs) return EmitAttrList(*state->attrs);
-    if (!IsTableCanonical(record)) return EmitAttrList(*LoadAttrList(record, m_oldWords));
+    if (!IsInOrder(record)) return EmitAttrList(*LoadAttrList(record, m_oldWords));
     const std::uint32_t count = AttrCountOf(record);
     MapEntries(record, m_records.Extend(kAttrEntryBytes * std::size_t{count}));
     return count;
@@ -212,21 +212,21 @@ std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
     return attrs.Count();
 }
 
-// Names in lower case and strictly ascending: loading such a table into a pending list and storing it again would
-// change nothing but the indexes. (Every table that this library has saved is so.)
-bool CRebuild::IsTableCanonical(const unsigned char* record) {
+// Names that are strictly ascending in lower case: loading such a table into a pending list and storing it again would
+// change nothing but the indexes. (Nearly every table is so.)
+bool CRebuild::IsInOrder(const unsigned char* record) {
     const unsigned char* entry = AttrEntryOf(record, 0);
     const unsigned char* end = AttrEntryOf(record, AttrCountOf(record));
     std::uint32_t previous = ReadU32(entry);
-    if (!IsFoldedWord(previous)) return false;
     for (entry += kAttrEntryBytes; entry != end; entry += kAttrEntryBytes) {
         const std::uint32_t word = ReadU32(entry);
         if (word == previous) return false;
         const std::uint64_t pair = std::uint64_t{previous} << 32 | word;  // never 0, as a place not yet used is
         std::uint64_t& known = m_ascending[(previous * 31 + word) % kKnownPairs];
         if (known != pair) {
-            if (!IsFoldedWord(word)) return false;
-            if (CompareTexts(m_oldWords.GetWord(previous), m_oldWords.GetWord(word)) >= 0) return false;
+            const WCHAR* name = m_oldWords.GetWord(word);
+            const WCHAR* previousName = m_oldWords.GetWord(previous);
+            if (CompareTexts(FoldedCase(previousName).c_str(), FoldedCase(name).c_str()) >= 0) return false;
             known = pair;
         }
         previous = word;
@@ -234,12 +234,14 @@ bool CRebuild::IsTableCanonical(const unsigned char* record) {
     return true;
 }
 
-bool CRebuild::IsFoldedWord(std::uint32_t word) {
-    if (word >= m_isFolded.Size()) return true;  // reads as the empty text
-    if (m_isFolded[word] == kUnknownFolding) {
-        m_isFolded[word] = IsFolded(m_oldWords.GetWord(word)) ? kFolded : kNotFolded;
-    }
-    return m_isFolded[word] == kFolded;
+// The new word of an attribute's name, which is stored in lower case.
+std::uint32_t CRebuild::MapName(std::uint32_t word) {
+    if (word >= m_casing.Size()) return m_map.Map(word);
+    if (m_casing[word] == kUnknownCasing) m_casing[word] = IsFolded(m_oldWords.GetWord(word)) ? kLower : kMixed;
+    if (m_casing[word] == kLower) return m_map.Map(word);
+    const auto [place, isNew] = m_foldedNames.try_emplace(word, kNoWord);
+    if (isNew) place->second = m_map.AddText(FoldedCase(m_oldWords.GetWord(word)));
+    return place->second;
 }
 
 void CRebuild::KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount) {

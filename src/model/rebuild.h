@@ -7,6 +7,7 @@
 #pragma once
 
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "model/grow_array.h"
@@ -43,8 +44,8 @@ private:
     std::uint32_t EmitAttrs(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrList(const CAttrList& attrs);
     void MapEntries(const unsigned char* element, unsigned char* target);
-    bool IsTableCanonical(const unsigned char* record);
-    bool IsFoldedWord(std::uint32_t word);
+    bool IsInOrder(const unsigned char* record);
+    std::uint32_t MapName(std::uint32_t word);
     void KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount);
     void Commit();
     static void ClearEdits(CBinNode& node);
@@ -54,7 +55,8 @@ private:
     CWordDict& m_oldWords;
     CWordDict m_newWords;
     CWordMap m_map;
-    CGrowArray<unsigned char> m_isFolded;  // of each old word, once known: whether it is in lower case
+    CGrowArray<unsigned char> m_casing;                              // of each old word, once known
+    std::unordered_map<std::uint32_t, std::uint32_t> m_foldedNames;  // new words of names in mixed case
     // Pairs of old words that are known to be in ascending order: elements of one kind have the same attributes.
     static constexpr std::size_t kKnownPairs = 256;
     std::uint64_t m_ascending[kKnownPairs] = {};
