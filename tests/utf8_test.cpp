@@ -27,12 +27,18 @@ TEST(Utf8, RefusesWhatIsNotWellFormed) {
         const char* name;
         std::string_view bytes;
     } cases[] = {
-        {"continuation alone", "a\x80"},        {"two bytes cut short", "\xC3"},
-        {"three bytes cut short", "\xE4\xBD"},  {"four bytes cut short", "\xF0\x9D\x84"},
-        {"overlong, two bytes", "\xC1\xBF"},    {"overlong, three bytes", "\xE0\x9F\xBF"},
-        {"overlong, four bytes", "\xF0\x8F\xBF\xBF"}, {"high surrogate", "\xED\xA0\x80"},
-        {"low surrogate", "\xED\xBF\xBF"},      {"past the last", "\xF4\x90\x80\x80"},
-        {"five bytes", "\xF8\x88\x80\x80\x80"}, {"letter inside", "\xE4\x41\xBD"},
+        {"continuation alone", "a\x80"},
+        {"two bytes cut short", "\xC3"},
+        {"three bytes cut short", "\xE4\xBD"},
+        {"four bytes cut short", "\xF0\x9D\x84"},
+        {"overlong, two bytes", "\xC1\xBF"},
+        {"overlong, three bytes", "\xE0\x9F\xBF"},
+        {"overlong, four bytes", "\xF0\x8F\xBF\xBF"},
+        {"high surrogate", "\xED\xA0\x80"},
+        {"low surrogate", "\xED\xBF\xBF"},
+        {"past the last", "\xF4\x90\x80\x80"},
+        {"five bytes", "\xF8\x88\x80\x80\x80"},
+        {"letter inside", "\xE4\x41\xBD"},
         {"no byte at all", "\xFF"},
     };
     Text text;

@@ -12,15 +12,12 @@
 //  - An interface pointer stored in an out argument carries one reference for the caller, who gives it back by Release.
 //    QueryInterface of nodes and pairs is the exception: it adds none.
 //  - A null out argument stores nothing; a null text or object gives the operation's failure, unless told otherwise.
-//  - Reference counts are plain integers: one thread at a time for a document with its nodes and pairs, and for a
-//  parser.
-//    Different documents may be in different threads, also when nodes have moved between them.
-//  - Nothing throws. Failure is false, null or 0. When memory runs out, the operation fails, nothing is lost, and the
-//  same
-//    call can be tried again; the document may count as modified.
+//  - Reference counts are plain integers: one thread at a time for a document with its nodes and pairs, or a parser.
+//    Different documents may be in different threads, also when nodes have moved between them or one is a clone.
+//  - Nothing throws. Failure is false, null or 0. When memory runs out, the operation fails, nothing is lost, and it
+//    can be tried again; the document may count as modified.
 //  - A node or pair that outlives its document answers with null, 0 or false.
-//  - Operation n of an interface is entry n of its table, with every compiler: the numbers below are part of the
-//  contract.
+//  - Operation n of an interface is entry n of its table, with every compiler: the numbers below are promised.
 //  - On Windows, initialise COM on any thread that calls TransXml2Bin or ExportToXml.
 #pragma once
 
@@ -184,9 +181,9 @@ struct IBinDocument : IUnknown {
     virtual bool PARVEL_CALL SetModified(bool modified) = 0;
     /// 17: Destroys the document; Release calls it. Not for hosts.
     virtual void PARVEL_CALL Destroy() = 0;
-    /// 18: Compares the number of words and the whole trees. Copying adds the texts of a loaded document once more, so a
-    /// copy equals it only when it was modified and saved before. Two documents without a root are equal when they have
-    /// as many words. An ordinary member operation on Windows (__thiscall).
+    /// 18: Compares the number of words and the whole trees. Copying adds the texts of a loaded document once more, so
+    /// a copy equals it only when it was modified and saved before. Two documents without a root are equal when they
+    /// have as many words. An ordinary member operation on Windows (__thiscall).
     virtual bool IsEqual(IBinDocument** other) = 0;
 
 #ifndef _WIN32

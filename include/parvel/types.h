@@ -10,6 +10,7 @@
 #ifdef _WIN32
 
 #include <windows.h>
+
 #include <unknwn.h>
 
 /// Calling convention of the exports and of the interface operations.
@@ -37,8 +38,12 @@ struct GUID {
 using IID = GUID;
 
 static_assert(sizeof(GUID) == 16, "compared as bytes");
-inline bool operator==(const GUID& a, const GUID& b) { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
-inline bool operator!=(const GUID& a, const GUID& b) { return !(a == b); }
+inline bool operator==(const GUID& a, const GUID& b) {
+    return std::memcmp(&a, &b, sizeof(GUID)) == 0;
+}
+inline bool operator!=(const GUID& a, const GUID& b) {
+    return !(a == b);
+}
 
 /// Root of every interface: the first three operations of each table.
 struct IUnknown {

@@ -14,7 +14,7 @@ extern std::int32_t g_logLevel;
 
 /// What the DOM says about a file that did not load.
 struct XmlLoadFault {
-    bool isRefused = false;       // the DOM has read the file and refuses it; the rest is empty where it does not say why
+    bool isRefused = false;  // the DOM has read the file and refuses it; the rest is empty where it does not say why
     Text reason;
     Text sourceLine;
     std::int32_t byteOffset = 0;  // in the file, from 0

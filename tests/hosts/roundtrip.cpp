@@ -38,8 +38,8 @@ std::basic_string<WCHAR> LibraryPath(const fs::path& path) {
 bool LoadAndSave(const fs::path& from, const fs::path& to) {
     IBinDocument* document = nullptr;
     if (KestQueryBinDocInterface(&IID_IBinDocument, &document) != 0) return false;
-    const bool done = document->LoadFromFile(LibraryPath(from).c_str()) &&
-                      document->SaveToFile(LibraryPath(to).c_str());
+    const bool done =
+        document->LoadFromFile(LibraryPath(from).c_str()) && document->SaveToFile(LibraryPath(to).c_str());
     document->Release();
     return done;
 }

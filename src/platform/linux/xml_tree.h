@@ -51,11 +51,13 @@ public:
 
     /// Well-formed UTF-8.
     void Append(const char* bytes, std::size_t byteCount) {
-        if (m_end - m_write <= static_cast<std::ptrdiff_t>(byteCount)) [[unlikely]] MakeRoom(byteCount);
+        if (m_end - m_write <= static_cast<std::ptrdiff_t>(byteCount)) [[unlikely]]
+            MakeRoom(byteCount);
         m_write = WidenUtf8(bytes, byteCount, m_write);
     }
     void Append(TextView units) {
-        if (m_end - m_write <= static_cast<std::ptrdiff_t>(units.size())) [[unlikely]] MakeRoom(units.size());
+        if (m_end - m_write <= static_cast<std::ptrdiff_t>(units.size())) [[unlikely]]
+            MakeRoom(units.size());
         std::memcpy(m_write, units.data(), units.size() * sizeof(WCHAR));
         m_write += units.size();
     }
@@ -95,10 +97,10 @@ private:
     std::vector<std::unique_ptr<WCHAR[]>> m_blocks;
     std::size_t m_totalUnits = 0;  // of all blocks
     WCHAR m_noBlock[kSpareUnits] = {};
-    WCHAR* m_free = m_noBlock;     // where the next text's prefix goes
-    WCHAR* m_text = nullptr;       // the open text
-    WCHAR* m_write = nullptr;      // its end
-    WCHAR* m_end = m_noBlock;      // of the block, with spare units behind it; a terminator always fits before it
+    WCHAR* m_free = m_noBlock;  // where the next text's prefix goes
+    WCHAR* m_text = nullptr;    // the open text
+    WCHAR* m_write = nullptr;   // its end
+    WCHAR* m_end = m_noBlock;   // of the block, with spare units behind it; a terminator always fits before it
 };
 
 /// A name of elements and attributes.
@@ -127,8 +129,8 @@ private:
     CSlabs<XmlName> m_names;
     std::vector<std::uint32_t> m_slots;  // numbers, open addressing, a power of two at most half full
     std::vector<std::unique_ptr<char[]>> m_blocks;
-    char* m_free = nullptr;              // where the next name's bytes go
-    std::size_t m_room = 0;              // bytes left there
+    char* m_free = nullptr;  // where the next name's bytes go
+    std::size_t m_room = 0;  // bytes left there
 };
 
 using XmlNodeId = std::uint32_t;
