@@ -12,11 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadText(const fs::path& path) {
-    const std::vector<unsigned char> bytes = ReadBytes(path);
-    return {bytes.begin(), bytes.end()};
-}
-
 int RunShell(const std::string& command) {
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -84,8 +79,8 @@ TEST(Settings, LogLevelShowsWhatIsWrongWithTheXml) {
         WriteBytes(folder.File("bad.xml"), std::string("<a>"));
         WriteBytes(folder.File("viewer.ini"), std::string(row.contents));
         fs::copy_file(PARVEL_SETTINGS_HOST, folder.File("viewer"));
-        EXPECT_EQ(RunShell("cd '" + folder.File("").string() + "' && setsid --wait ./viewer " PARVEL_LIBRARY
-                           " bad.xml x.bdoc 2>shown"),
+        EXPECT_EQ(RunShell("cd '" + folder.File("").string() +
+                           "' && setsid --wait ./viewer " PARVEL_LIBRARY " bad.xml x.bdoc 2>shown"),
                   2);
         const std::string shown = ReadText(folder.File("shown"));
         EXPECT_EQ(shown.rfind("Parser Error:\nfile:bad.xml\nreason:", 0) == 0, row.isShown) << shown;
@@ -95,8 +90,10 @@ TEST(Settings, LogLevelShowsWhatIsWrongWithTheXml) {
 
 TEST(Example, WalkPrintsTheMenu) {
     const CTestFolder folder;
-    WriteBytes(folder.File("menu.xml"), std::string("<menu><dish price='3'>Soup</dish><dish price='7'>Pie</dish></menu>"));
-    ASSERT_EQ(RunShell("cd '" + folder.File("").string() + "' && " PARVEL_TOOL_FOLDER "/parvel_example_walk >output"), 0);
+    WriteBytes(folder.File("menu.xml"),
+               std::string("<menu><dish price='3'>Soup</dish><dish price='7'>Pie</dish></menu>"));
+    ASSERT_EQ(RunShell("cd '" + folder.File("").string() + "' && " PARVEL_TOOL_FOLDER "/parvel_example_walk >output"),
+              0);
     EXPECT_EQ(ReadText(folder.File("output")), "Soup: 3\nPie: 7\n");
 }
 
