@@ -96,6 +96,18 @@ const EditRow kEditRows[] = {
          EXPECT_EQ(Notation(root), "a[id=1][id=hi]");
          root->RemoveAttribute(WTEXT("none"));
      }},
+    {"children moved beside one that is not saved", "a('hi' '1')", nullptr, "a 1 hi",
+     Base().Element(1, 2).TextNode(3).TextNode(4),
+     [](IBinDocument* document, IBinNode* root) {
+         IBinNode* bare = nullptr;
+         document->CreateNode(&bare);
+         Append(root, bare);
+         SavedBytes(document, CTestFolder());
+         Append(root, NodeAt(document, {0}).get());
+         bare->RemoveFromParent();
+         bare->Release();
+         document->SetModified(false);
+     }},
     {"the value that SetValue has looked at wins over the text child", "a[x=1]('new')", "a[x=1]('hi')", "a x 1 hi",
      kBase,
      [](IBinDocument* document, IBinNode* root) {
