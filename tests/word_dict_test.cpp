@@ -13,7 +13,6 @@ namespace {
 
 class WordDict : public ::testing::Test {
 protected:
-    ~WordDict() override { g_lower = 0; }
     CWordDict m_words;
 };
 
