@@ -58,7 +58,11 @@ if [ -n "$missing" ]; then
         # shellcheck disable=SC2086  # a list of names
         $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing
     }
-    install || { $as_root apt-get update -q || true; install; }
+    install || {
+        echo "setup.sh: once more, with fresh package lists"
+        $as_root apt-get update -q || true
+        install
+    }
 fi
 
 [ -z "$wantsWine" ] || exec "$(dirname "$0")/setup-wine.sh"

@@ -61,22 +61,6 @@ SmallTree ReadDom(IXMLDOMNode& node) {
     return tree;
 }
 
-SmallTree ReadDocument(IBinNode& node) {
-    if (node.GetType() != 1) return {static_cast<int>(node.GetType()), node.GetValue(), {}, {}};
-    SmallTree tree = E(node.GetName());
-    for (std::int32_t i = 0; i < node.GetAttrCount(); ++i) {
-        CComRef<IAttrPair> pair;
-        node.GetAttrPair(i, pair.Out());
-        tree.attrs.emplace_back(pair->GetName(), pair->GetValue());
-    }
-    for (std::int32_t i = 0; i < node.GetChildCount(); ++i) {
-        CComRef<IBinNode> child;
-        node.GetChild(i, child.Out());
-        tree.children.push_back(ReadDocument(*child.Get()));
-    }
-    return tree;
-}
-
 std::string Notation(const SmallTree& tree) {
     const std::string text = Shown(tree.text);
     switch (tree.type) {

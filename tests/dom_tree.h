@@ -1,4 +1,4 @@
-// Trees read back in tests: from an XML DOM or a binary document, and one line of notation for either.
+// Trees read back from an XML DOM in tests, and one line of notation for them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,6 @@
 
 /// The node and all below it, as the DOM tells it; the text of a processing instruction begins with its target.
 SmallTree ReadDom(IXMLDOMNode& node);
-SmallTree ReadDocument(IBinNode& node);
 
 /// <a x="1">'text'[cdata]<b></b><!--c--><?t d?>&e;</a>, control characters as in C.
 std::string Notation(const SmallTree& tree);

@@ -2,11 +2,40 @@
 
 #include <algorithm>
 
-#include "model/document.h"
+#include "document_bytes.h"
+
+// Each text gets a word of its own, whether it is there already or not.
+static void AddTree(const SmallTree& tree, std::vector<std::u16string>& words, CBytes& records) {
+    const auto add = [&words](const Text& text) {
+        words.emplace_back(text.begin(), text.end());
+        return static_cast<std::uint32_t>(words.size() - 1);
+    };
+    const std::uint32_t word = add(tree.text);
+    if (!tree.IsElement()) {
+        records.TextNode(word, tree.type);
+        return;
+    }
+    auto attrs = tree.attrs;
+    std::stable_sort(attrs.begin(), attrs.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<std::uint32_t> table;
+    for (const auto& [name, value] : attrs) {
+        table.push_back(add(name));
+        table.push_back(add(value));
+    }
+    records.Element(word, static_cast<std::int32_t>(tree.children.size()), table);
+    for (const SmallTree& child : tree.children) AddTree(child, words, records);
+}
 
 CComRef<IBinDocument> LoadTree(const SmallTree& tree) {
+    std::vector<std::u16string> words;
+    CBytes records, all;
+    AddTree(tree, words, records);
+    all.Number(static_cast<std::uint32_t>(words.size()));
+    for (const std::u16string& word : words) all.Word(word);
+    Bytes bytes = all;
+    const Bytes& tail = records;
+    bytes.insert(bytes.end(), tail.begin(), tail.end());
     auto document = CComRef<IBinDocument>::Adopt(CBinaryDocument::Create());
-    const std::vector<unsigned char> bytes = CSmallTreeBytes::Of(tree);
     return document->LoadFromBuffer(bytes.data()) ? document : CComRef<IBinDocument>();
 }
 
@@ -21,11 +50,6 @@ bool ExportFile(const SmallTree& tree, const Text& path) {
     std::error_code ignored;
     std::filesystem::remove(path, ignored);
     return LoadTree(tree)->ExportToXml(path.c_str());
-}
-
-std::string ReadText(const std::filesystem::path& path) {
-    const std::vector<unsigned char> bytes = ReadBytes(path);
-    return {bytes.begin(), bytes.end()};
 }
 
 bool IsHeld(const Text& text) {

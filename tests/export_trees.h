@@ -38,4 +38,3 @@ std::vector<ExportCase> ExportCases();
 CComRef<IBinDocument> LoadTree(const SmallTree& tree);
 CComRef<IBinNode> RootOf(IBinDocument& document);
 bool ExportFile(const SmallTree& tree, const Text& path);
-std::string ReadText(const std::filesystem::path& path);

@@ -134,13 +134,4 @@ TEST(Paths, ExtensionMustFitIn260Units) {
     }
 }
 
-TEST(Paths, ExecutableHasAPath) {
-    WCHAR whole[4096] = {};
-    const std::uint32_t length = static_cast<std::uint32_t>(GetModuleFileNameW(nullptr, whole, 4096));
-    const Text path(whole);
-    ASSERT_EQ(path.size(), length);
-    ASSERT_GT(length, 12u);
-    ASSERT_TRUE(std::filesystem::exists(std::filesystem::path(std::u16string(path.begin(), path.end()))));
-}
-
 }  // namespace

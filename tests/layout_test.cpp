@@ -101,7 +101,7 @@ TEST_F(Layout, UnknownRecordsAreToldToTheDebugger) {
     const DocumentPtr document = NewDocument();
     EXPECT_TRUE(LoadFile(*document, CBytes().Words({u"a"}).Element(0, 3).TextNode(0).Raw({9, 9})));
     EXPECT_TRUE(LoadFile(*document, CBytes().Words({u"a"}).Raw({9})));  // a root of unknown type is not told
-    SetDebugOutputHandler(former);
+    EXPECT_NE(SetDebugOutputHandler(former), nullptr);
     EXPECT_EQ(told, std::vector<std::u16string>(2, u"解析文档节点出现异常！"));
 }
 

@@ -20,15 +20,6 @@ TEST(ScriptNumber, LeadingInteger) {
         std::int32_t expected;
     } rows[] = {
         {WTEXT(""), 0},
-        {WTEXT("12abc"), 12},
-        {WTEXT("+7"), 7},
-        {WTEXT("-7.9"), -7},
-        {WTEXT("- 7"), 0},
-        {WTEXT("+-7"), 0},
-        {WTEXT("--7"), 0},
-        {WTEXT("0x10"), 0},
-        {WTEXT("1e3"), 1},
-        {WTEXT("007"), 7},
         {WTEXT(" \t\n\v\f\r42"), 42},
         {WTEXT("\u0085\u00A0\u1680\u2000\u200A\u2028\u2029\u202F\u205F\u3000-5"), -5},
         {WTEXT("\u200B5"), 0},
@@ -67,8 +58,6 @@ TEST(ScriptNumber, LeadingNumber) {
         {WTEXT("0x.") + Text(1'000, '0') + WTEXT("1p100"), 0},
         {WTEXT("0x1") + Text(400, '0') + WTEXT("p-500"), kInfinity},
         {WTEXT("0x.") + Text(400, '0') + WTEXT("1p500"), 0},
-        {WTEXT("0x1p+-5"), 1},
-        {WTEXT("0xinf"), 0},
     };
     for (const auto& row : rows) EXPECT_EQ(LeadingNumber(row.text), row.expected) << &row - rows;
 }

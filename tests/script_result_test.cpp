@@ -4,7 +4,6 @@
 #include <bit>
 
 #include <cmath>
-#include <cstring>
 #include <random>
 #include <string>
 #include <string_view>
@@ -144,19 +143,6 @@ TEST(ScriptResult, OpensToTheTree) {
     }
 }
 
-TEST(ScriptResult, ListShowsItsWholeText) {
-    const struct {
-        const char* text;
-        const char* shown;
-    } rows[] = {
-        {"()", "()"},
-        {"'(a b) rest", "'(a b) rest"},
-        {"head\n(1 2)\n", "(1 2)\n"},
-        {"x\n'(", "'("},
-    };
-    for (const auto& row : rows) EXPECT_EQ(TextToUtf8(CParser(Wide(row.text))->GetString()), row.shown);
-}
-
 /// Texts of up to `mostUnits` of the units that mean something, some of them rare in each text.
 Text RandomText(std::mt19937& random, std::size_t mostUnits) {
     static constexpr char kUnits[] = "()\"'\\ \nabn09*";
@@ -264,30 +250,6 @@ TEST(ScriptResult, NumbersComeFromValuesQuotedOrNot) {
         EXPECT_EQ(parser->GetInt(), row.integer) << row.text;
         EXPECT_EQ(parser->GetDouble(), row.number) << row.text;
     }
-}
-
-/// A host compiled by anything finds operation n at entry n; the last one is what Release calls in the end.
-TEST(ScriptResult, OperationsStandAtTheirEntries) {
-    IScriptResultParser* parser = nullptr;
-    ASSERT_TRUE(CScriptResultParser::Create(WTEXT("\"-2.5\""), &parser));
-    void** table = nullptr;
-    std::memcpy(&table, static_cast<void*>(parser), sizeof(table));
-    const auto call = [&]<class Result, class... Arguments>(std::size_t entry, Result, Arguments... arguments) {
-        return reinterpret_cast<Result(PARVEL_CALL*)(void*, Arguments...)>(table[entry])(parser, arguments...);
-    };
-    void* out = &table;
-    EXPECT_EQ(call(0, HRESULT(), &IID_IAttrPair, &out), static_cast<HRESULT>(0x80004001));
-    EXPECT_EQ(call(1, ULONG()), 2u);
-    EXPECT_EQ(call(2, ULONG()), 1u);
-    EXPECT_EQ(call(3, std::int32_t(1)), 0);
-    EXPECT_EQ(call(4, true, std::int32_t(0), &out), false);
-    EXPECT_EQ(out, &table);
-    EXPECT_EQ(call(5, false), true);
-    EXPECT_EQ(call(6, true), false);
-    EXPECT_EQ(call(7, std::int32_t()), -2);
-    EXPECT_EQ(call(8, double()), -2.5);
-    EXPECT_EQ(Text(call(9, static_cast<const WCHAR*>(nullptr))), WTEXT("-2.5"));
-    reinterpret_cast<void(PARVEL_CALL*)(void*)>(table[10])(parser);  // a leak or a second release would be reported
 }
 
 TEST(ScriptResult, EveryFailedAllocationGivesFalseAndNull) {

@@ -42,6 +42,11 @@ inline std::vector<unsigned char> ReadBytes(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+inline std::string ReadText(const std::filesystem::path& path) {
+    const std::vector<unsigned char> bytes = ReadBytes(path);
+    return {bytes.begin(), bytes.end()};
+}
+
 template <class Bytes>
 void WriteBytes(const std::filesystem::path& path, const Bytes& bytes) {
     // Some file systems wait for the disk when a file is cut short and written anew.

@@ -45,17 +45,4 @@ TEST(Utf8, RefusesWhatIsNotWellFormed) {
     for (const auto& row : cases) EXPECT_FALSE(Utf8ToText(row.bytes, text)) << row.name;
 }
 
-TEST(Utf8, HalfPairsAreShownAsReplacements) {
-    const struct {
-        Text text;
-        const char* expected;
-    } cases[] = {
-        {{WCHAR(0xD834), WCHAR(0xDD1E)}, "𝄞"},
-        {{WCHAR(0xDD1E), WCHAR(0xD834)}, "\uFFFD\uFFFD"},
-        {{WCHAR(0xD834), WCHAR(0xD834), WCHAR(0xDD1E)}, "\uFFFD𝄞"},
-        {{WCHAR('a'), WCHAR(0xD834)}, "a\uFFFD"},
-    };
-    for (const auto& row : cases) EXPECT_EQ(TextToUtf8(row.text), row.expected);
-}
-
 }  // namespace

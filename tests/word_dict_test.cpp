@@ -11,76 +11,12 @@
 
 namespace {
 
-std::vector<std::u16string> WordsOf(const CWordDict& words) {
-    std::vector<std::u16string> all;
-    for (std::uint32_t i = 0; i < words.GetWordCount(); ++i) {
-        const TextView word = words.GetWordView(i);
-        EXPECT_EQ(word, TextView(words.GetWord(i)));
-        all.emplace_back(word.begin(), word.end());
-    }
-    return all;
-}
-
 class WordDict : public ::testing::Test {
 protected:
-    ~WordDict() override { g_lower = 0; }
     CWordDict m_words;
 };
 
 }  // namespace
-
-TEST_F(WordDict, AddsFoldsAndAliases) {
-    struct Step {
-        const WCHAR* text;
-        bool fold;
-        std::uint32_t index;
-    };
-    struct Row {
-        std::int32_t lower;
-        std::vector<Step> steps;
-        std::vector<std::u16string> words;
-    };
-    const Row rows[] = {
-        {0, {{WTEXT("Name"), true, 0}, {WTEXT("name"), true, 1}, {WTEXT("Name"), false, 0}}, {u"Name", u"name"}},
-        {1, {{WTEXT("Name"), true, 0}, {WTEXT("NAME"), true, 0}, {WTEXT("Other"), false, 1}}, {u"name", u"Other"}},
-        {2, {{WTEXT("Name"), true, 0}, {WTEXT("Name"), true, 0}, {WTEXT("Name"), false, 0}}, {u"name"}},  // an alias
-        {1, {{WTEXT("Name"), false, 0}, {WTEXT("Name"), true, 0}, {WTEXT("NAME"), true, 1}}, {u"Name", u"name"}},
-        {1, {{WTEXT("\x00C9t\x00C9"), true, 0}}, {u"\x00C9t\x00C9"}},  // only A to Z have a lower case
-        {0, {{WTEXT(""), false, 0}, {WTEXT(""), true, 0}}, {u""}},
-    };
-    for (const Row& row : rows) {
-        g_lower = row.lower;
-        CWordDict words;
-        for (const Step& step : row.steps) EXPECT_EQ(words.AddWord(step.text, step.fold), step.index);
-        EXPECT_EQ(WordsOf(words), row.words);
-    }
-}
-
-TEST_F(WordDict, AppendedWordsAreNotFound) {
-    EXPECT_EQ(m_words.AppendWord(WTEXT("a")), 0u);
-    EXPECT_EQ(m_words.AddWord(WTEXT("a"), false), 1u);
-    EXPECT_EQ(m_words.AddWord(WTEXT("a"), false), 1u);
-    EXPECT_EQ(WordsOf(m_words), (std::vector<std::u16string>{u"a", u"a"}));
-}
-
-TEST_F(WordDict, ReadsPastTheEndAsEmptyOrNull) {
-    m_words.AddWord(WTEXT("a"), false);
-    for (const std::uint32_t index : {1u, 0x7FFFFFFFu, 0x80000000u, kNoWord}) {
-        EXPECT_EQ(TextView(m_words.GetWord(index)), TextView());
-        EXPECT_EQ(m_words.GetWordOrNull(static_cast<std::int32_t>(index)), nullptr);
-    }
-}
-
-TEST_F(WordDict, CopiesFindWhatTheSourceFound) {
-    m_words.AddWord(WTEXT("a"), false);
-    m_words = *&m_words;
-    CWordDict copy = m_words;
-    EXPECT_EQ(copy.AddWord(WTEXT("a"), false), 0u);
-    EXPECT_EQ(copy.AddWord(WTEXT("b"), false), 1u);
-    EXPECT_EQ(m_words.GetWordCount(), 1u);
-    copy.Clear();
-    EXPECT_EQ(copy.AddWord(WTEXT("b"), false), 0u);
-}
 
 TEST_F(WordDict, AddsItsOwnWords) {
     // The text to add lies in the memory that adding it may move.

@@ -56,45 +56,6 @@ TEST(Com, BorrowedTextsAreLeftAlone) {
     }
 }
 
-TEST(Com, ValuesBecomeTexts) {
-    const struct {
-        VARTYPE type;
-        LONG number;
-        HRESULT result;
-        const char16_t* text;
-    } rows[] = {
-        {VT_EMPTY, 0, S_OK, u""},
-        {VT_I4, -2147483647 - 1, S_OK, u"-2147483648"},
-        {VT_I4, 7, S_OK, u"7"},
-        {VT_NULL, 0, DISP_E_TYPEMISMATCH, u""},
-        {99, 0, DISP_E_TYPEMISMATCH, u""},
-    };
-    for (const auto& row : rows) {
-        VARIANT value = {};
-        value.vt = row.type;
-        value.lVal = row.number;
-        EXPECT_EQ(VariantChangeType(&value, &value, 0, VT_BSTR), row.result);
-        EXPECT_EQ(value.vt, SUCCEEDED(row.result) ? VARTYPE{VT_BSTR} : row.type);
-        if (value.vt == VT_BSTR) {
-            EXPECT_EQ(TextOf(value.bstrVal), row.text);
-            VariantClear(&value);
-        }
-        EXPECT_EQ(VariantChangeType(&value, &value, 0, VT_I4), DISP_E_TYPEMISMATCH);
-    }
-    CVariant value{TextView(u"text")};
-    EXPECT_EQ(value.View(), u"text");
-    value.Assign(u"more");
-    EXPECT_EQ(value.View(), u"more");
-    value.Out()->vt = VT_NULL;
-    EXPECT_THROW(value.View(), _com_error);
-    value.Assign({});
-    EXPECT_EQ(value.View(), u"");
-    CBstr text{TextView(u"text")};
-    EXPECT_EQ(text.View(), u"text");
-    *text.Out() = nullptr;
-    EXPECT_EQ(text.View(), u"");
-}
-
 TEST(Com, OnlyTheOneClassIsMade) {
     void* out = &out;
     EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IUnknown, nullptr), E_POINTER);

@@ -5,28 +5,17 @@
 #include <random>
 #include <string>
 
+#include "document_bytes.h"
 #include "dom_tree.h"
-#include "model/document.h"
 #include "plain_model.h"
 #include "platform/utf8.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
 class ConvertRandom : public XmlTest {
 protected:
     ~ConvertRandom() override { g_lower = 0; }
 };
-
-std::string Hex(const Bytes& bytes) {
-    std::string hex;
-    for (const unsigned char byte : bytes) {
-        constexpr char kDigits[] = "0123456789ABCDEF";
-        hex += {kDigits[byte / 16], kDigits[byte % 16], ' '};
-    }
-    return hex;
-}
 
 // Random trees, the XML for them, and what the rules make of them.
 
@@ -125,38 +114,30 @@ void Collect(const SmallTree& tree, plain::Dict& words) {
     for (const SmallTree& child : tree.children) Collect(child, words);
 }
 
-void AddNumber(Bytes& bytes, std::size_t number) {
-    for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<unsigned char>(number >> shift));
-}
-
-void Emit(const SmallTree& tree, plain::Dict& words, Bytes& bytes) {
-    bytes.push_back(static_cast<unsigned char>(tree.type));
-    if (!tree.IsElement()) return AddNumber(bytes, words.Add(ContentOf(tree)));
-    AddNumber(bytes, words.Add(Plain(tree.text), true));
-    AddNumber(bytes, plain::kNoWord);
-    AddNumber(bytes, tree.attrs.size());
-    AddNumber(bytes, tree.children.size());
+void Emit(const SmallTree& tree, plain::Dict& words, CBytes& bytes) {
+    if (!tree.IsElement()) {
+        bytes.TextNode(words.Add(ContentOf(tree)), tree.type);
+        return;
+    }
+    const std::uint32_t word = words.Add(Plain(tree.text), true);
     std::vector<std::pair<std::uint32_t, std::uint32_t>> attrs;
     for (const auto& [name, value] : tree.attrs)
         attrs.emplace_back(words.Add(Plain(name), true), words.Add(Plain(value)));
     std::stable_sort(attrs.begin(), attrs.end(),
                      [&](const auto& a, const auto& b) { return words.Word(a.first) < words.Word(b.first); });
-    for (const auto& [name, value] : attrs) AddNumber(bytes, name), AddNumber(bytes, value);
+    std::vector<std::uint32_t> table;
+    for (const auto& [name, value] : attrs) table.insert(table.end(), {name, value});
+    bytes.Element(word, static_cast<std::int32_t>(tree.children.size()), table);
     for (const SmallTree& child : tree.children) Emit(child, words, bytes);
 }
 
 Bytes Predicted(const SmallTree& tree) {
     plain::Dict words;
     Collect(tree, words);
-    Bytes bytes, records;
-    AddNumber(bytes, words.words.size());
-    for (const plain::Text& word : words.words) {
-        AddNumber(bytes, word.size() * 2);
-        for (const char16_t unit : word)
-            bytes.insert(bytes.end(), {static_cast<unsigned char>(unit & 0xFF), static_cast<unsigned char>(unit >> 8)});
-    }
-    Emit(tree, words, records);
-    bytes.insert(bytes.end(), records.begin(), records.end());
+    CBytes bytes;
+    bytes.Number(static_cast<std::uint32_t>(words.words.size()));
+    for (const plain::Text& word : words.words) bytes.Word(word);
+    Emit(tree, words, bytes);
     return bytes;
 }
 
@@ -168,13 +149,9 @@ TEST_F(ConvertRandom, RandomXmlFollowsTheRulesAndSavesTheSame) {
         const SmallTree tree = RandomXmlTree(random, 0);
         const std::string xml = Decoration(random) + XmlOf(random, tree) + Decoration(random);
         const Bytes bytes = Converted(xml);
-        ASSERT_EQ(Hex(bytes), Hex(Predicted(tree))) << xml;
+        ASSERT_EQ(bytes, Predicted(tree)) << xml;
 
-        const auto document = CComRef<IBinDocument>::Adopt(CBinaryDocument::Create());
-        ASSERT_TRUE(document->LoadFromBuffer(bytes.data()));
-        std::filesystem::remove(m_folder.File("saved"));
-        ASSERT_TRUE(document->SaveToFile(m_folder.Path("saved").c_str()));
-        ASSERT_EQ(ReadBytes(m_folder.File("saved")), bytes) << xml;
+        ASSERT_EQ(SavedBytes(LoadedDocument(bytes).get(), m_folder), bytes) << xml;
     }
 }
 

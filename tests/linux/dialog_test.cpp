@@ -30,8 +30,8 @@ std::string ReadUntil(int handle, const std::string& wanted) {
     return seen;
 }
 
-// What `action` writes to standard error in a process without a controlling terminal.
-std::string ErrorTextOf(const std::function<void()>& action) {
+// What `action` writes to standard error in a process without a controlling terminal, and how that ends.
+std::string ErrorTextOf(const std::function<void()>& action, int& status) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
     const pid_t child = fork();
@@ -46,8 +46,13 @@ std::string ErrorTextOf(const std::function<void()>& action) {
     close(ends[1]);
     const std::string text = ReadUntil(ends[0], "no such text");
     close(ends[0]);
-    int status = -1;
     waitpid(child, &status, 0);
+    return text;
+}
+
+std::string ErrorTextOf(const std::function<void()>& action) {
+    int status = -1;
+    const std::string text = ErrorTextOf(action, status);
     EXPECT_EQ(status, 0);
     return text;
 }
@@ -89,36 +94,15 @@ TEST(DebuggerOutput, GoesNowhereWithoutADebuggerAndCostsLittle) {
 }
 
 TEST(DebuggerOutput, ReachesTheDebuggersUserOnStandardError) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDERR_FILENO);
+    int status = -1;
+    const auto speak = [] {
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(77);
         OutputDebugStringW(WTEXT("解析"));
-        _exit(0);
-    }
-    close(ends[1]);
-    const std::string text = ReadUntil(ends[0], "no such text");
-    close(ends[0]);
-    int status = -1;
-    waitpid(child, &status, 0);
+    };
+    const std::string text = ErrorTextOf(speak, status);
     if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "no process may be traced here";
     EXPECT_EQ(status, 0);
     EXPECT_EQ(text, "解析\n");
-}
-
-TEST(Handlers, TakeTheTextsAndGiveTheirPlaceBack) {
-    static Text seen;
-    seen.clear();
-    const TextHandler handler = [](const WCHAR* text) { seen += text; };
-    EXPECT_EQ(SetMessageBoxHandler(handler), nullptr);
-    EXPECT_EQ(SetDebugOutputHandler(handler), nullptr);
-    AfxMessageBox(WTEXT("a"));
-    OutputDebugStringW(WTEXT("b"));
-    EXPECT_EQ(seen, WTEXT("ab"));
-    EXPECT_EQ(SetMessageBoxHandler(nullptr), handler);
-    EXPECT_EQ(SetDebugOutputHandler(nullptr), handler);
 }
 
 }  // namespace

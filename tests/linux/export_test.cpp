@@ -26,60 +26,6 @@ TEST(Export, RebuildsWhatIsModifiedFirst) {
               "<a abc=\"2\" zed=\"1\">\r\n\t<c>x</c>\r\n</a>");
 }
 
-// What a conversion of the saved file makes of a predicted tree: line ends of blank texts and CDATA become line feeds,
-// blank texts go, neighbouring texts are one, "]]>" parts a CDATA section.
-SmallTree Reconverted(const SmallTree& predicted) {
-    SmallTree tree = E(predicted.text, {}, predicted.attrs);
-    std::sort(tree.attrs.begin(), tree.attrs.end());
-    Text text;
-    const auto flush = [&] {
-        if (text.find_first_not_of(WTEXT(" \t\r\n")) != Text::npos) tree.children.push_back(T(text));
-        text.clear();
-    };
-    for (const SmallTree& child : predicted.children) {
-        if (child.type == 3) {
-            const bool isBlank = child.text.find_first_not_of(WTEXT(" \t\r\n")) == Text::npos;
-            Text part = child.text;
-            if (isBlank) {
-                while (part.find(WTEXT("\r\n")) != Text::npos) part.erase(part.find(WTEXT("\r\n")), 1);
-                std::replace(part.begin(), part.end(), WCHAR('\r'), WCHAR('\n'));
-            }
-            text += part;
-            continue;
-        }
-        flush();
-        if (child.IsElement()) {
-            tree.children.push_back(Reconverted(child));
-            continue;
-        }
-        Text rest = child.text;
-        while (rest.find(WTEXT("\r\n")) != Text::npos) rest.erase(rest.find(WTEXT("\r\n")), 1);
-        std::replace(rest.begin(), rest.end(), WCHAR('\r'), WCHAR('\n'));
-        for (std::size_t end; (end = rest.find(WTEXT("]]>"))) != Text::npos; rest.erase(0, end + 2)) {
-            tree.children.push_back(C(rest.substr(0, end + 2)));
-        }
-        tree.children.push_back(C(rest));
-    }
-    flush();
-    return tree;
-}
-
-TEST(Export, RandomTreesConvertAgain) {
-    const CTestFolder folder;
-    for (unsigned seed = 1; seed <= 1500; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        const SmallTree tree = RandomDocument(seed);
-        ASSERT_TRUE(ExportFile(tree, folder.Path("out.xml")));
-        std::filesystem::remove(folder.File("out.bdoc"));
-        ASSERT_TRUE(TransformXmlToBinary(folder.Path("out.xml").c_str(), folder.Path("out.bdoc").c_str()));
-        const auto again = CComRef<IBinDocument>::Adopt(CBinaryDocument::Create());
-        ASSERT_TRUE(again->LoadFromFile(folder.Path("out.bdoc").c_str()));
-        ASSERT_EQ(Notation(ReadDocument(*RootOf(*again.Get()).Get())), Notation(Reconverted(Predicted(tree))))
-            << Notation(tree) << "\n"
-            << ReadText(folder.File("out.xml"));
-    }
-}
-
 // Where elements hold either elements or one text, nothing is lost on the way.
 SmallTree RegularTree(Random& random, int depth) {
     SmallTree tree = E(Text(WTEXT("name")) + WCHAR('a' + Below(random, 5)));

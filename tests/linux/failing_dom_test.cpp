@@ -98,7 +98,7 @@ public:
         HRESULT result;
         if (!m_dom.MayGo("value", result)) return result;
         value->vt = m_dom.valueType;
-        value->lVal = -12;
+        value->lVal = -2147483647 - 1;
         if (value->vt == VT_BSTR) value->bstrVal = SysAllocString(m_node.value.c_str());
         return S_OK;
     }
@@ -197,7 +197,7 @@ TEST(FailingDom, OddAnswers) {
         const Outcome outcome = Walk(dom, true);
         return outcome.error == S_OK ? outcome.words : "error";
     };
-    EXPECT_EQ(shown(VT_I4, 0), "Root b -12 a leaf ");
+    EXPECT_EQ(shown(VT_I4, 0), "Root b -2147483648 a leaf ");
     EXPECT_EQ(shown(VT_EMPTY, 0), "Root b  a leaf ");
     EXPECT_EQ(shown(VT_NULL, 0), "error");
     EXPECT_EQ(shown(VT_BSTR, 1), "Root b 1 x ");

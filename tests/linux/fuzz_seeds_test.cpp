@@ -8,6 +8,10 @@
 #include "targets.h"
 #include "test_files.h"
 
+static void PrintTo(const FuzzTarget& target, std::ostream* out) {
+    *out << target.name;
+}
+
 namespace {
 
 class FuzzSeeds : public ::testing::TestWithParam<FuzzTarget> {};

@@ -12,11 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadText(const fs::path& path) {
-    const std::vector<unsigned char> bytes = ReadBytes(path);
-    return {bytes.begin(), bytes.end()};
-}
-
 int RunShell(const std::string& command) {
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -42,9 +37,6 @@ TEST(Settings, LowerComesFromTheIniFileOfTheHostsExecutable) {
         {"größe", "größe.ini", "[Config]\nLower=1\n", true},
         {"viewer\xFF", "viewer.ini", "[Config]\nLower=1\n", false},
         {"viewer", "none", "", false},
-        {"viewer", "viewer.ini", "[Config]\nLower=0\nLogLevel=0\n", false},
-        {"viewer", "viewer.ini", "[Other]\nLower=1\n", false},
-        {"viewer", "viewer.ini", "[Config]\nLower=on\n", false},
         {"viewer", "viewer", "[Config]\nLower=1\n", false},
         {"viewer", "Viewer.ini", "[Config]\nLower=1\n", false},
         {"viewer", "libparvel.ini", "[Config]\nLower=1\n", false},
@@ -73,9 +65,7 @@ TEST(Settings, LogLevelShowsWhatIsWrongWithTheXml) {
         bool isShown;
     } cases[] = {
         {"[Config]\nLogLevel=1\n", true},
-        {"[Config]\nLogLevel=7\n", true},
         {"[Config]\nLogLevel=0\n", false},
-        {"[Config]\nLogLevel=-1\n", false},
         {"", false},
     };
     for (const auto& row : cases) {

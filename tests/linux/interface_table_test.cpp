@@ -143,5 +143,5 @@ TEST(InterfaceTable, OfTheScriptResult) {
     EXPECT_EQ(Call<double>(out, 8), 7.0);
     EXPECT_EQ(CallText(out, 9), "7");
     EXPECT_EQ(Call<ULONG>(out, 2), 0u);
-    EXPECT_EQ(Call<ULONG>(list, 2), 0u);
+    Call(list, 10);  // what Release calls in the end: a leak or a second release would be reported
 }

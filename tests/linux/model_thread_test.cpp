@@ -1,24 +1,12 @@
 // Documents in threads: a small stack is enough for any depth, and two documents do not disturb each other.
-#include <pthread.h>
-
 #include <thread>
 
 #include "document_bytes.h"
+#include "linux/small_stack.h"
 
 namespace {
 
-constexpr std::size_t kSmallStackBytes = 128 * 1024;
 constexpr std::uint32_t kDepth = 1'000'000;
-
-void RunOnSmallStack(void* (*work)(void*)) {
-    pthread_attr_t attributes;
-    pthread_t thread;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStackBytes), 0);
-    ASSERT_EQ(pthread_create(&thread, &attributes, work, nullptr), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-}
 
 Bytes DeepTree() {
     CBytes bytes;
@@ -39,7 +27,7 @@ NodePtr Deepest(IBinDocument* document, std::uint32_t& depth) {
     return node;
 }
 
-void* UseMillionLevels(void*) {
+void UseMillionLevels() {
     const CTestFolder folder;
     const Bytes bytes = DeepTree();
     WriteBytes(folder.File("in"), bytes);
@@ -74,7 +62,6 @@ void* UseMillionLevels(void*) {
     documentCopy->Release();
     EXPECT_TRUE(document->LoadFromBuffer(bytes.data()));  // while the last level of the former tree is held
     EXPECT_EQ(Narrow(end->GetValue()), "END");
-    return nullptr;
 }
 
 }  // namespace

@@ -13,11 +13,6 @@
 
 namespace {
 
-std::string ReadText(const std::filesystem::path& path) {
-    const std::vector<unsigned char> bytes = ReadBytes(path);
-    return {bytes.begin(), bytes.end()};
-}
-
 constexpr const char* kMenuXml =
     "<?xml version='1.0'?>\n<!-- today -->\n<menu lang='en'>\n <dish price='3'>Soup</dish>\n"
     " <dish price='7' hot=''>Pie<![CDATA[ <big>\n]]></dish>\n <rest><a><b/></a><c/></rest>\n</menu>\n";

@@ -25,7 +25,7 @@ protected:
         m_former = SetMessageBoxHandler([](const WCHAR* text) { g_shown.emplace_back(text); });
     }
     void TearDown() override {
-        SetMessageBoxHandler(m_former);
+        EXPECT_NE(SetMessageBoxHandler(m_former), nullptr);
         g_logLevel = 0;
     }
 

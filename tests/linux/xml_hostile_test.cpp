@@ -1,7 +1,6 @@
 // XML that hates us: small files that unfold to large trees, and large ones of odd shapes. Each must end soon, in
 // little memory and without a deep stack.
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,17 +10,12 @@
 
 #include "convert/trans_xml2bin.h"
 #include "dom_tree.h"
+#include "linux/small_stack.h"
 #include "model/document.h"
 #include "model/layout.h"
 #include "xml/msxml_helper.h"
 
 namespace {
-
-#ifdef __SANITIZE_ADDRESS__
-constexpr std::size_t kSmallStack = 512 * 1024;
-#else
-constexpr std::size_t kSmallStack = 64 * 1024;
-#endif
 
 std::string Repeated(int count, const std::function<std::string(const std::string&)>& part) {
     std::string all;
@@ -137,42 +131,20 @@ TEST_F(XmlHostile, ADeviceWithoutEndIsNoXml) {
     EXPECT_FALSE(TransformXmlToBinary(WTEXT("/dev/zero"), m_folder.Path("out").c_str()));
 }
 
-// Runs an operation in a thread with a small stack.
-void RunWithSmallStack(const std::function<void()>& operation) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
-    pthread_t thread;
-    const auto run = [](void* argument) -> void* {
-        (*static_cast<const std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    void* argument = const_cast<std::function<void()>*>(&operation);
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, argument), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-}
-
-TEST_F(XmlHostile, AMillionLevelsConvertLoadAndSaveOnASmallStack) {
+TEST_F(XmlHostile, AMillionLevelsConvertOnASmallStack) {
     constexpr int kLevels = 1'000'000;
     const Text in = Write(Repeated(kLevels, "<a>") + "x" + Repeated(kLevels, "</a>"));
-    const Text out = m_folder.Path("out"), again = m_folder.Path("again");
-    RunWithSmallStack([&] {
+    const Text out = m_folder.Path("out");
+    RunOnSmallStack([&] {
         for (const int lower : {0, 1}) {
             g_lower = lower;
             EXPECT_TRUE(TransformXmlToBinary(in.c_str(), out.c_str()));
         }
         g_lower = 0;
-        const auto document = CComRef<IBinDocument>::Adopt(CBinaryDocument::Create());
-        EXPECT_TRUE(document->LoadFromFile(out.c_str()));
-        document->SetModified(true);
-        EXPECT_TRUE(document->SaveToFile(again.c_str()));
     });
-    const auto bytes = ReadBytes(m_folder.File("out"));
-    EXPECT_EQ(bytes.size(), 16 + kElementBytes * kLevels + kTextBytes);
-    EXPECT_TRUE(bytes == ReadBytes(m_folder.File("again")));
-    RunWithSmallStack(
-        [&] { EXPECT_FALSE(TransformXmlToBinary(Write(Repeated(kLevels, "<a>")).c_str(), out.c_str())); });
+    EXPECT_EQ(ReadBytes(m_folder.File("out")).size(), 16 + kElementBytes * kLevels + kTextBytes);
+    const Text open = Write(Repeated(kLevels, "<a>"));
+    RunOnSmallStack([&] { EXPECT_FALSE(TransformXmlToBinary(open.c_str(), out.c_str())); });
 }
 
 TEST_F(XmlHostile, ManyAttributesOfOneElementConvertSoon) {
