@@ -28,6 +28,7 @@ struct ShortElement {
 struct CCopiedWords {
     CWordDict words;                      // that the records name
     CGrowArray<std::uint32_t> textWords;  // of each word that is a text: what AddWord gave for it in the copy
+    CGrowArray<std::uint32_t> unalike;    // offsets of records of which CloneTo makes nothing, or more than they say
     bool areOwn = true;                   // the document's dictionary still begins with these words
 };
 
