@@ -101,7 +101,6 @@ void CWordDict::FinishRebuild() {
     m_isIndexDue = true;
     if (m_sharedUnits * sizeof(WCHAR) * 2 > m_blockByteCount) return;
     if (m_sharedUnits > 0) {
-        // The entries of the index name words by number, so they stay right.
         CWordDict moved;
         moved.m_offsets.Reserve(GetWordCount());
         moved.m_arena.Reserve(m_arena.Size() + static_cast<std::size_t>(m_sharedUnits));
