@@ -1,10 +1,22 @@
 // Copies of nodes and of documents.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "model/attr_table.h"
 #include "model/node_access.h"
+
+namespace {
+
+// A copy has the record's own texts and children: it is not left out for want of a name, and no own value becomes
+// pending in it.
+bool IsCopiedAsItStands(const unsigned char* record, const CWordDict& words) {
+    if (*words.GetWord(ReadU32(record + kWordOffset)) == 0) return false;
+    return IsText(record) || ReadI32(record + kOwnValueOffset) < 0;
+}
+
+}  // namespace
 
 void CBinaryDocument::Clone(IBinDocument** out) {
     if (!out) return;
@@ -38,20 +50,25 @@ void CBinaryDocument::ShareTreeOf(const CBinaryDocument& source) {
     m_tree.end = original.end;
     m_tree.spans = original.spans;
     m_tree.copied = std::make_unique<CCopiedWords>();
-    m_tree.copied->words = source.m_words;
-    m_tree.copied->textWords.ExtendFilled(source.m_words.GetWordCount(), 0xFF);
+    CCopiedWords& copied = *m_tree.copied;
+    copied.words = source.m_words.WithoutIndex();
+    copied.textWords.ExtendFilled(source.m_words.GetWordCount(), 0xFF);
+    // Looked for once: CloneTo asks at every level above one of them.
+    for (std::uint32_t offset = m_tree.begin; offset != m_tree.end;) {
+        const unsigned char* record = Block() + offset;
+        if (!IsCopiedAsItStands(record, copied.words)) copied.unalike.Append(offset);
+        offset += static_cast<std::uint32_t>(GetRecordSize(record));
+    }
 }
 
 bool CBinaryDocument::TakeTextsOf(std::uint32_t begin, std::uint32_t end) {
+    const CGrowArray<std::uint32_t>& unalike = m_tree.copied->unalike;
+    const std::uint32_t* found = std::lower_bound(unalike.begin(), unalike.end(), begin);
+    if (found != unalike.end() && *found < end) return false;
     const CWordDict& words = m_tree.copied->words;
-    const unsigned char* const first = Block() + begin;
-    const unsigned char* const last = Block() + end;
-    for (const unsigned char* record = first; record != last; record += GetRecordSize(record)) {
-        if (*words.GetWord(ReadU32(record + kWordOffset)) == 0) return false;
-        if (IsElement(record) && ReadI32(record + kOwnValueOffset) >= 0) return false;
-    }
     CGrowArray<std::uint32_t>& textWords = m_tree.copied->textWords;
-    for (const unsigned char* record = first; record != last; record += GetRecordSize(record)) {
+    const unsigned char* const last = Block() + end;
+    for (const unsigned char* record = Block() + begin; record != last; record += GetRecordSize(record)) {
         if (IsElement(record)) continue;
         const std::uint32_t word = ReadU32(record + kWordOffset);
         if (textWords[word] == kNoWord) textWords[word] = m_words.AddWordOf(words, word);

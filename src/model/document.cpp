@@ -83,7 +83,7 @@ void CBinaryDocument::ClearDictionary() {
 // The words that records name are other ones now.
 void CBinaryDocument::ReplaceWords(CWordDict&& words) {
     m_words = std::move(words);
-    if (m_tree.copied) m_tree.copied->areOwn = false;
+    if (m_tree.copied) m_tree.copied->areDictionaryStart = false;
     for (CNodeState* state = m_states; state; state = state->next) state->isStored = false;
 }
 

@@ -23,10 +23,11 @@ bool WriteDictionary(COutputFile& file, const CWordDict& words) {
     file.Write(&wordCount, sizeof(wordCount));
     bool mayCopy = true;
     for (std::uint32_t i = 0; i < wordCount; ++i) {
-        for (std::size_t size = 1; mayCopy && size > 0; file.Advance(size)) {
-            const std::optional<std::size_t> copied = words.CopyEntries(i, file.Room(), COutputFile::kRoomBytes);
-            mayCopy = copied.has_value();
-            size = copied.value_or(0);
+        while (mayCopy) {
+            const std::optional<std::size_t> size = words.CopyEntries(i, file.Room(), COutputFile::kRoomBytes);
+            mayCopy = size.has_value();
+            if (!mayCopy || *size == 0) break;
+            file.Advance(*size);
         }
         const TextView word = words.GetWordView(i);
         const std::uint32_t length = static_cast<std::uint32_t>(word.size() * sizeof(WCHAR));

@@ -17,7 +17,7 @@ bool IsFolded(const WCHAR* text) {
 }
 
 // No attribute has a word past the first `wordCount`: in a copy, those that have been added since are behind them.
-bool NamesOnly(const unsigned char* element, std::uint32_t wordCount) {
+bool NamesWordsBelow(const unsigned char* element, std::uint32_t wordCount) {
     const unsigned char* end = AttrEntryOf(element, AttrCountOf(element));
     for (const unsigned char* word = AttrEntryOf(element, 0); word != end; word += sizeof(std::uint32_t)) {
         if (ReadU32(word) >= wordCount) return false;
@@ -37,7 +37,7 @@ CRebuild::CRebuild(CBinaryDocument& document)
 
 void CRebuild::Run() {
     MakeNodesWithoutRecord();
-    if (m_document.Tree().copied && !m_document.Tree().copied->areOwn) m_document.MakeAllNodes();
+    if (m_document.Tree().copied && !m_document.Tree().copied->areDictionaryStart) m_document.MakeAllNodes();
     CBinNode* const root = m_document.Root();
     const CBinNode* notWritten = nullptr;  // the node whose subtree we are in because it is not written
     for (CBinNode* node = root; node;) {
@@ -138,7 +138,7 @@ void CRebuild::EmitCopied(const unsigned char* element) {
     if (attrCount > 0) {
         m_map.Map(0);
         const CWordDict& copiedWords = m_document.Tree().copied->words;
-        if (NamesOnly(element, copiedWords.GetWordCount()) && IsInOrder(element)) {
+        if (NamesWordsBelow(element, copiedWords.GetWordCount()) && IsInOrder(element)) {
             MapEntries(element, m_records.Extend(kAttrEntryBytes * std::size_t{attrCount}));
         } else {
             EmitAttrList(*CopyAttrList(element, copiedWords));
@@ -224,9 +224,12 @@ bool CRebuild::IsInOrder(const unsigned char* record) {
         const std::uint64_t pair = std::uint64_t{previous} << 32 | word;  // never 0, as a place not yet used is
         std::uint64_t& known = m_ascending[(previous * 31 + word) % kKnownPairs];
         if (known != pair) {
-            const WCHAR* name = m_oldWords.GetWord(word);
-            const WCHAR* previousName = m_oldWords.GetWord(previous);
-            if (CompareTexts(FoldedCase(previousName).c_str(), FoldedCase(name).c_str()) >= 0) return false;
+            if (!m_allAscending.contains(pair)) {
+                const WCHAR* name = m_oldWords.GetWord(word);
+                const WCHAR* previousName = m_oldWords.GetWord(previous);
+                if (CompareTexts(FoldedCase(previousName).c_str(), FoldedCase(name).c_str()) >= 0) return false;
+                m_allAscending.insert(pair);
+            }
             known = pair;
         }
         previous = word;

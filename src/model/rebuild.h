@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "model/grow_array.h"
@@ -57,7 +58,9 @@ private:
     CWordMap m_map;
     CGrowArray<unsigned char> m_casing;                              // of each old word, once known
     std::unordered_map<std::uint32_t, std::uint32_t> m_foldedNames;  // new words of names in mixed case
-    // Pairs of old words that are known to be in ascending order: elements of one kind have the same attributes.
+    // Pairs of old words that are known to be in ascending order, since elements of one kind have the same attributes:
+    // all of them, and those met last.
+    std::unordered_set<std::uint64_t> m_allAscending;
     static constexpr std::size_t kKnownPairs = 256;
     std::uint64_t m_ascending[kKnownPairs] = {};
     CGrowArray<unsigned char> m_records;

@@ -28,7 +28,8 @@ struct ShortElement {
 struct CCopiedWords {
     CWordDict words;                      // that the records name
     CGrowArray<std::uint32_t> textWords;  // of each word that is a text: what AddWord gave for it in the copy
-    bool areOwn = true;                   // the document's dictionary still begins with these words
+    CGrowArray<std::uint32_t> unalike;    // offsets of records of which CloneTo makes nothing, or more than they say
+    bool areDictionaryStart = true;       // the document's dictionary still begins with these words
 };
 
 struct CRecordTree {

@@ -20,7 +20,7 @@ constexpr std::size_t kLengthUnits = 2;
 
 // With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on
 // purpose, and the index is laid out anew under a seed that its maker cannot know.
-constexpr std::size_t kSuspiciousRun = 1024;
+constexpr std::size_t kSuspiciousRun = 256;
 constexpr int kMostReseeds = 4;
 
 }  // namespace
@@ -53,6 +53,16 @@ std::uint32_t CWordDict::AppendWord(TextView text) {
     return index;
 }
 
+CWordDict CWordDict::WithoutIndex() const {
+    CWordDict copy;
+    copy.m_block = m_block;
+    copy.m_blockUnits = m_blockUnits;
+    copy.m_blockByteCount = m_blockByteCount;
+    copy.m_offsets = m_offsets;
+    copy.m_arena = m_arena;
+    return copy;
+}
+
 std::uint32_t CWordDict::AddWordOf(const CWordDict& other, std::uint32_t index) {
     if (m_slots.IsEmpty()) BuildIndex();
     const TextView text = other.GetWordView(index);
@@ -82,6 +92,7 @@ std::uint32_t CWordDict::AppendWordOf(const CWordDict& other, std::uint32_t inde
 
 // A word in the block between these offsets, in code units.
 void CWordDict::AppendBlockWord(std::size_t start, std::size_t end) {
+    m_offsets.MakeRoom(1);  // before the run counts it
     const std::uint32_t index = GetWordCount();
     Run* last = m_runs.IsEmpty() ? nullptr : &m_runs.Back();
     if (last && last->first + last->count == index && start == m_lastEnd + kLengthUnits) {
@@ -101,7 +112,6 @@ void CWordDict::FinishRebuild() {
     m_isIndexDue = true;
     if (m_sharedUnits * sizeof(WCHAR) * 2 > m_blockByteCount) return;
     if (m_sharedUnits > 0) {
-        // The entries of the index name words by number, so they stay right.
         CWordDict moved;
         moved.m_offsets.Reserve(GetWordCount());
         moved.m_arena.Reserve(m_arena.Size() + static_cast<std::size_t>(m_sharedUnits));
@@ -110,6 +120,8 @@ void CWordDict::FinishRebuild() {
         m_arena.swap(moved.m_arena);
     }
     m_runs = CGrowArray<Run>();
+    m_sharedUnits = 0;
+    m_lastEnd = 0;
     m_block.reset();
     m_blockUnits = nullptr;
     m_blockByteCount = 0;

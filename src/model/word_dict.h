@@ -2,8 +2,8 @@
 //
 // The words of a loaded document stay where they are in the loaded block, each ended by a zero unit that is written
 // over the first half of the next word's length field; all others lie in an arena of this dictionary. A dictionary that
-// is rebuilt goes on using the block. A word's text stays valid until the next AddWord, AppendWord, Clear or
-// assignment. Memory exhaustion throws std::bad_alloc.
+// is rebuilt goes on using the block while most of it is in use. A word's text stays valid until the next AddWord,
+// AppendWord, Clear or assignment. Memory exhaustion throws std::bad_alloc.
 #pragma once
 
 #include <cstdint>
@@ -39,6 +39,9 @@ public:
 
     /// Appends a word that AddWord will not find: loading does not pay for an index. The text ends at its first zero.
     std::uint32_t AppendWord(TextView text);
+
+    /// The same words, of which AddWord will find none.
+    CWordDict WithoutIndex() const;
 
     /// As AddWord, without folding, for a word of the dictionary that this one is a copy of: a text in the block that
     /// both share is not copied.

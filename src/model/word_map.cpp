@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <random>
 
 #include "model/text_hash.h"
@@ -14,7 +15,7 @@ constexpr std::size_t kBatch = 16;
 constexpr std::size_t kFewestSlots = 16;
 
 // As in the dictionary: a run of this length was made on purpose, and another seed ends it.
-constexpr std::size_t kSuspiciousRun = 1024;
+constexpr std::size_t kSuspiciousRun = 256;
 constexpr int kMostSeeds = 4;
 
 }  // namespace
@@ -65,12 +66,17 @@ bool CWordMap::Index(std::uint64_t seed, std::size_t longestRun) {
     return true;
 }
 
+bool CWordMap::IsWord(std::uint32_t word, TextView text, std::uint32_t hash) const {
+    return m_hashes[word] == hash && m_lengths[word] == text.size() &&
+           (text.empty() || std::memcmp(m_from.GetWord(word), text.data(), text.size() * sizeof(WCHAR)) == 0);
+}
+
 // The slot of the word with this text, or the free one where it belongs; `run` tells how many others lie before it.
 std::uint32_t* CWordMap::FindSlot(TextView text, std::uint32_t hash, std::size_t& run) {
     const std::size_t mask = m_slots.Size() - 1;
     for (std::size_t i = hash & mask;; i = (i + 1) & mask, ++run) {
         const std::uint32_t word = m_slots[i];
-        if (word == kNoWord || (m_hashes[word] == hash && m_from.GetWordView(word) == text)) return &m_slots[i];
+        if (word == kNoWord || IsWord(word, text, hash)) return &m_slots[i];
     }
 }
 

@@ -35,6 +35,7 @@ private:
 
     bool Index(std::uint64_t seed, std::size_t longestRun);
     std::uint32_t* FindSlot(TextView text, std::uint32_t hash, std::size_t& run);
+    bool IsWord(std::uint32_t word, TextView text, std::uint32_t hash) const;
     std::uint32_t MapNew(std::uint32_t word);
 
     const CWordDict& m_from;

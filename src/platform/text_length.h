@@ -5,11 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 
-// Whole blocks are looked at, which an address sanitizer would take for reading past the end.
-#if defined(__SANITIZE_ADDRESS__)
+// Whole blocks are looked at, which an address sanitizer would take for reading past the end, and a thread sanitizer
+// for reading what another thread has beside the text.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define PARVEL_IS_SANITIZED 1
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define PARVEL_IS_SANITIZED 1
 #endif
 #endif

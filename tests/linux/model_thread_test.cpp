@@ -8,11 +8,17 @@ namespace {
 
 constexpr std::uint32_t kDepth = 1'000'000;
 
-Bytes DeepTree() {
+Bytes DeepTree(const std::u16string& end = u"end") {
     CBytes bytes;
-    bytes.Words({u"a", u"x", u"end"});
+    bytes.Words({u"a", u"x", end});
     for (std::uint32_t i = 0; i + 1 < kDepth; ++i) bytes.Element(0, 1, {1, 1});
     return bytes.TextNode(2);
+}
+
+DocumentPtr CloneOf(IBinDocument* document) {
+    IBinDocument* copy = nullptr;
+    document->Clone(&copy);
+    return DocumentPtr(static_cast<CBinaryDocument*>(copy));
 }
 
 // The last node of a chain, and how many levels it has.
@@ -55,11 +61,11 @@ void UseMillionLevels() {
     copy->RemoveFromParent();
     copy->Release();
 
-    IBinDocument* documentCopy = nullptr;
-    document->Clone(&documentCopy);
     IBinDocument* original = document.get();
-    EXPECT_TRUE(documentCopy->IsEqual(&original));
-    documentCopy->Release();
+    EXPECT_TRUE(CloneOf(original)->IsEqual(&original));
+    // A copy leaves the empty text out, so that its records are not those of the original at any level.
+    Deepest(CloneOf(LoadedDocument(DeepTree(u"")).get()).get(), depth);
+    EXPECT_EQ(depth, kDepth - 1);
     EXPECT_TRUE(document->LoadFromBuffer(bytes.data()));  // while the last level of the former tree is held
     EXPECT_EQ(Narrow(end->GetValue()), "END");
 }
