@@ -21,5 +21,5 @@ public:
 
 private:
     std::vector<std::string> m_arguments;
-    unsigned m_formerCodePage = 0;  // of a terminal that was set to UTF-8
+    [[maybe_unused]] unsigned m_formerCodePage = 0;  // of a terminal that was set to UTF-8
 };
