@@ -60,11 +60,11 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
             const std::uint32_t childCount = ChildCountOf(record);
             const std::uint32_t offset = static_cast<std::uint32_t>(cursor);
             cursor += size;
+            if (childCount > 0 && pending + childCount > byteCount - cursor) return false;
             if (childCount == 1 && byteCount - cursor >= kTextBytes && IsText(bytes + cursor)) {
                 cursor += kTextBytes;  // the most common shape of all, and nothing to remember
             } else if (childCount > 0) {
                 pending += childCount;
-                if (pending > byteCount - cursor) return false;
                 if (!open.IsEmpty()) open.Back().remaining = remaining;
                 remaining = childCount;
                 open.Append({offset, childCount, static_cast<std::uint32_t>(tree.spans.Size())});
