@@ -36,14 +36,6 @@ std::int64_t LiveBlockCount() {
     return g_liveBlocks;
 }
 
-#ifndef PARVEL_ALLOCATIONS_WRAPPED
-
-const bool CFailingNew::kWorks = false;
-
-#else
-
-const bool CFailingNew::kWorks = true;
-
 namespace {
 
 bool MayAllocate() {
@@ -136,5 +128,3 @@ void SIZED(__wrap__ZdaPv)(void* block, std::size_t size) {
 }
 
 }  // extern "C"
-
-#endif

@@ -9,9 +9,6 @@
 
 class CFailingNew {
 public:
-    /// False where the linker does not send allocations here: nothing fails then, and no block counts.
-    static const bool kWorks;
-
     /// The allocation after `successes` more, and every later one, fails until this object ends.
     explicit CFailingNew(int successes);
     CFailingNew(const CFailingNew&) = delete;

@@ -21,6 +21,11 @@ inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
 #endif
 }
 
+// With a good hash no run of taken slots, in a table that is half empty, comes near this length; one that does was made
+// on purpose, and the table is laid out anew under a seed that its maker cannot know, but not again and again.
+inline constexpr std::size_t kSuspiciousRun = 256;
+inline constexpr int kMostReseeds = 4;
+
 inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
     constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;  // odd constants with evenly spread bits
     constexpr std::uint64_t kSecond = 0xC2B2AE3D27D4EB4F;

@@ -18,11 +18,6 @@ constexpr std::size_t kFirstSlotCount = 32;
 // In front of a word: in the arena its length in units, in the block what is left of a length field.
 constexpr std::size_t kLengthUnits = 2;
 
-// With a good hash no run of taken slots comes near this length at the load we allow; one that does was made on
-// purpose, and the index is laid out anew under a seed that its maker cannot know.
-constexpr std::size_t kSuspiciousRun = 256;
-constexpr int kMostReseeds = 4;
-
 }  // namespace
 
 TextView CWordDict::GetWordView(std::uint32_t index) const {

@@ -14,10 +14,6 @@ constexpr std::size_t kBatch = 16;
 
 constexpr std::size_t kFewestSlots = 16;
 
-// As in the dictionary: a run of this length was made on purpose, and another seed ends it.
-constexpr std::size_t kSuspiciousRun = 256;
-constexpr int kMostSeeds = 4;
-
 }  // namespace
 
 CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to) {
@@ -32,7 +28,7 @@ CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to
     m_hashes.Extend(wordCount);
     m_lengths.Extend(wordCount);
     m_slots.Extend(slotCount);
-    for (int seeds = 0; !Index(m_seed, seeds < kMostSeeds ? kSuspiciousRun : slotCount); ++seeds) {
+    for (int seeds = 0; !Index(m_seed, seeds < kMostReseeds ? kSuspiciousRun : slotCount); ++seeds) {
         std::random_device random;
         m_seed = (std::uint64_t{random()} << 32) | random();
     }

@@ -161,7 +161,6 @@ TEST(ExportFiles, NodesOfOtherTypesAreLeftOut) {
 }
 
 TEST(ExportFiles, WithoutMemoryAFileIsWellFormedOrNotThere) {
-    if (!CFailingNew::kWorks) GTEST_SKIP() << "allocations cannot be made to fail here";
     const CTestFolder folder;
     SmallTree tree = E(WTEXT("root"));
     for (int i = 0; i < 300; ++i) {

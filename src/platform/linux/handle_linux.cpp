@@ -128,7 +128,8 @@ std::string TemporaryFolder() {
 
 CTemporaryFile::~CTemporaryFile() = default;
 
-// The file loses its name at once: only this process finds it, and the system removes it with the process.
+// mkostemp puts letters of its choice in place of the Xs. The file loses its name at once: only this process finds it,
+// and the system removes it with the process.
 int CTemporaryFile::Create() {
     std::string name = TemporaryFolder() + "/parvel-XXXXXX";
     const int handle = mkostemp(name.data(), O_CLOEXEC);
