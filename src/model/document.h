@@ -41,6 +41,7 @@ public:
     const WCHAR* GetWord(std::uint32_t index) const { return m_words.GetWord(index); }
     CWordDict& Words() { return m_words; }
     const CWordDict& Words() const { return m_words; }
+    CRecordTree& Tree() { return m_tree; }
     const CRecordTree& Tree() const { return m_tree; }
     unsigned char* Block() const { return m_tree.bytes.get(); }
     CNodePool& Pool() { return m_pool; }

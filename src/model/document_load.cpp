@@ -25,10 +25,6 @@ constexpr WCHAR kUnknownRecordText[] = WTEXT("解析文档节点出现异常！"
 // system call or several. Nobody reads more than this.
 constexpr std::uint64_t kMostTellings = 65'536;
 
-SharedBytes NewBlock(std::size_t byteCount) {
-    return std::make_shared_for_overwrite<unsigned char[]>(byteCount + CWordDict::kBlockSpareBytes);
-}
-
 // How far the dictionary of a buffer of unknown length reaches.
 struct DictionaryExtent {
     bool isWhole = false;
@@ -87,7 +83,7 @@ bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& words, CRecordTree&
     m_fileSize = size;
     if (size == 0 || size > kMostFileBytes) return false;
     const std::size_t byteCount = static_cast<std::size_t>(size);
-    tree.bytes = NewBlock(byteCount);
+    tree.MakeBlock(byteCount);
     if (file.Read(tree.bytes.get(), byteCount) != size) return false;
     const std::size_t recordsOffset = words.TakeBlock(tree.bytes, byteCount, static_cast<std::uint64_t>(size));
     return recordsOffset > 0 && ScanRecords(tree.bytes.get(), recordsOffset, byteCount, tree);
@@ -104,7 +100,7 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
         const std::size_t byteCount = std::max<std::size_t>(extent.bytes, tree.end);
 
         CWordDict words;
-        tree.bytes = NewBlock(byteCount);
+        tree.MakeBlock(byteCount);
         std::memcpy(tree.bytes.get(), bytes, byteCount);
         words.TakeBlock(tree.bytes, byteCount, byteLimit);
         if (!isWhole) {

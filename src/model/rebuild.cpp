@@ -1,6 +1,6 @@
 #include "model/rebuild.h"
 
-#include <cstdlib>
+#include <atomic>
 #include <cstring>
 #include <new>
 
@@ -25,14 +25,24 @@ bool NamesWordsBelow(const unsigned char* element, std::uint32_t wordCount) {
     return true;
 }
 
+// A clone that is gone has read the block for the last time before it let go.
+bool IsReadHereOnly(const CRecordTree& tree, const CWordDict& words) {
+    const bool isOurs = tree.bytes.use_count() == (words.IsOver(tree.bytes) ? 2 : 1);
+    std::atomic_thread_fence(std::memory_order_acquire);
+    return isOurs;
+}
+
 }  // namespace
 
 CRebuild::CRebuild(CBinaryDocument& document)
-    : m_document(document), m_oldWords(document.Words()), m_map(m_oldWords, m_newWords) {
+    : m_document(document),
+      m_oldWords(document.Words()),
+      m_isBlockOurs(IsReadHereOnly(document.Tree(), m_oldWords)),
+      m_map(m_oldWords, m_newWords),
+      m_records(document.Tree()) {
     const std::size_t wordCount = m_oldWords.GetWordCount();
     m_casing.Reserve(wordCount);
     m_casing.ExtendFilled(wordCount, kUnknownCasing);
-    m_records.Reserve(m_document.Tree().end - m_document.Tree().begin);
 }
 
 void CRebuild::Run() {
@@ -72,79 +82,101 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
         node.PassValueDown();  // may make a text child
         record = node.Record();
     }
-    const std::size_t offset = m_records.Size();
-    std::uint32_t writtenCount = 0;
-    if (IsElement(record)) {
-        EmitElement(record, state);
-        writtenCount = node.HasUnmadeChildren() ? node.ListCount() : node.WrittenChildCount();
-        if (writtenCount != node.ListCount()) {
-            WriteU32(m_records.Data() + offset + kChildCountOffset, writtenCount);
-            if (isWritten) KeepApart(node, offset, node.ListCount());
-        }
+    const std::uint32_t place = static_cast<std::uint32_t>(m_records.Size());
+    const std::uint32_t writtenCount = node.HasUnmadeChildren() ? node.ListCount() : node.WrittenChildCount();
+    const bool isWhole = !IsElement(record) || writtenCount == node.ListCount();
+    if (isWritten && isWhole && !state && MapUnedited(record)) {
+        m_records.Keep(node.m_offset, node.m_offset + static_cast<std::uint32_t>(GetRecordSize(record)));
     } else {
-        const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
-        const std::uint32_t word =
-            isHeld ? m_map.AddText(state->value.View()) : m_map.Map(ReadU32(record + kWordOffset));
-        WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
+        const std::size_t begin = m_records.Made().Size();
+        EmitRecord(record, state);
+        if (!isWhole) WriteU32(m_records.Made().Data() + begin + kChildCountOffset, writtenCount);
+        if (!isWritten || !isWhole) KeepApart(node, begin, node.ListCount());
+        if (!isWritten) {
+            m_records.Made().Truncate(begin);
+            return;
+        }
+        m_records.Take(begin, node.IsGuest() ? CNewRecords::kNothing : node.m_offset);
     }
-    if (!isWritten) {
-        KeepApart(node, offset, node.ListCount());
-        m_records.Truncate(offset);
-        return;
-    }
-    m_placed.Append({&node, static_cast<std::uint32_t>(offset)});
+    m_placed.Append({&node, place});
     if (node.HasUnmadeChildren()) {
         const CBinNode::Slice slice = node.ChildRecords();
-        EmitSlice(m_document.Block() + slice.begin, m_document.Block() + slice.end);
+        EmitSlice(slice.begin, slice.end);
     }
-    if (m_records.Size() > 0xFFFFFFF0) throw std::bad_alloc();
+    if (m_records.Size() > CRecordTree::kMostBytes) throw std::bad_alloc();
 }
 
 // Records of which no nodes were ever made.
-void CRebuild::EmitSlice(const unsigned char* record, const unsigned char* end) {
-    while (record != end) {
-        if (IsElement(record)) {
-            m_document.Tree().copied ? EmitCopied(record) : EmitUnedited(record);
-            record += GetRecordSize(record);
-        } else {
-            const std::uint32_t word = m_map.Map(ReadU32(record + kWordOffset));
-            WriteTextRecord(m_records.Extend(kTextBytes), *record, word);
-            record += kTextBytes;
+void CRebuild::EmitSlice(std::uint32_t begin, std::uint32_t end) {
+    const bool isCopied = m_document.Tree().copied != nullptr;
+    std::uint32_t kept = begin;  // from here on, all but their words
+    for (std::uint32_t offset = begin; offset != end;) {
+        const unsigned char* record = m_document.Block() + offset;
+        const std::uint32_t next = offset + static_cast<std::uint32_t>(GetRecordSize(record));
+        if (isCopied || !MapUnedited(record)) {
+            m_records.Keep(kept, offset);
+            kept = next;
+            const std::size_t made = m_records.Made().Size();
+            isCopied&& IsElement(record) ? EmitCopied(record) : EmitRecord(record, nullptr);
+            m_records.Take(made, isCopied ? CNewRecords::kNothing : offset);
         }
+        offset = next;
     }
+    m_records.Keep(kept, end);
 }
 
-// As EmitElement does without a state: the same words in the same order.
-void CRebuild::EmitUnedited(const unsigned char* element) {
-    const std::uint32_t attrCount = AttrCountOf(element);
-    if (attrCount > 0 && !IsInOrder(element)) {
-        EmitElement(element, nullptr);
+// Gives the words of a record their new numbers, in the order in which EmitRecord does without a state. False, with
+// nothing done, when that would change more than the numbers.
+bool CRebuild::MapUnedited(const unsigned char* record) {
+    const std::uint32_t word = ReadU32(record + kWordOffset);
+    if (*record != kElement) {
+        m_map.Map(word);
+        return true;
+    }
+    const std::uint32_t attrCount = AttrCountOf(record);
+    if (attrCount == 0) {
+        m_map.MapUnlessEmpty(word);
+        m_map.MapUnlessEmpty(ReadU32(record + kOwnValueOffset));
+        return true;
+    }
+    if (!IsInOrder(record)) return false;
+    const unsigned char* const entries = AttrEntryOf(record, 0);
+    const unsigned char* const end = AttrEntryOf(record, attrCount);
+    for (const unsigned char* entry = entries; entry != end; entry += kAttrEntryBytes) {
+        if (!IsNameFolded(ReadU32(entry))) return false;
+    }
+    m_map.Map(word);
+    m_map.MapUnlessEmpty(ReadU32(record + kOwnValueOffset));
+    for (const unsigned char* entry = entries; entry != end; entry += sizeof(std::uint32_t)) m_map.Map(ReadU32(entry));
+    return true;
+}
+
+void CRebuild::EmitRecord(const unsigned char* record, const CNodeState* state) {
+    if (IsElement(record)) {
+        EmitElement(record, state);
         return;
     }
-    unsigned char* target = m_records.Extend(kElementBytes + kAttrEntryBytes * std::size_t{attrCount});
-    const std::uint32_t nameWord = ReadU32(element + kWordOffset);
-    const std::uint32_t name = attrCount > 0 ? m_map.Map(nameWord) : m_map.MapUnlessEmpty(nameWord);
-    WriteElementRecord(target, name, m_map.MapUnlessEmpty(ReadU32(element + kOwnValueOffset)));
-    WriteU32(target + kAttrCountOffset, attrCount);
-    std::memcpy(target + kChildCountOffset, element + kChildCountOffset, sizeof(std::uint32_t));
-    MapEntries(element, target + kElementBytes);
+    const bool isHeld = state && (state->holdsTexts || !state->value.IsEmpty());
+    const std::uint32_t word = isHeld ? m_map.AddText(state->value.View()) : m_map.Map(ReadU32(record + kWordOffset));
+    WriteTextRecord(m_records.Made().Extend(kTextBytes), *record, word);
 }
 
 // As EmitElement does with the state of a copy: a held name, attributes as pending ones, word 0 in the former record.
 void CRebuild::EmitCopied(const unsigned char* element) {
     const std::uint32_t attrCount = AttrCountOf(element);
-    const std::size_t offset = m_records.Size();
-    m_records.Extend(kElementBytes);
+    CGrowArray<unsigned char>& made = m_records.Made();
+    const std::size_t offset = made.Size();
+    made.Extend(kElementBytes);
     if (attrCount > 0) {
         m_map.Map(0);
         const CWordDict& copiedWords = m_document.Tree().copied->words;
         if (NamesWordsBelow(element, copiedWords.GetWordCount()) && IsInOrder(element)) {
-            MapEntries(element, m_records.Extend(kAttrEntryBytes * std::size_t{attrCount}));
+            MapEntries(element, made.Extend(kAttrEntryBytes * std::size_t{attrCount}));
         } else {
             EmitAttrList(*CopyAttrList(element, copiedWords));
         }
     }
-    unsigned char* target = m_records.Data() + offset;
+    unsigned char* target = made.Data() + offset;
     WriteElementRecord(target, m_map.Map(ReadU32(element + kWordOffset)), kNoWord);
     WriteU32(target + kAttrCountOffset, attrCount);
     WriteU32(target + kChildCountOffset, ChildCountOf(element));
@@ -162,8 +194,9 @@ void CRebuild::MapEntries(const unsigned char* element, unsigned char* target) {
 // The record of an element with its child count as it stands. The order of the words is that of a write-back: with
 // attributes, the word at the former name index and the own value come before them and an edited name after them.
 void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state) {
-    const std::size_t offset = m_records.Size();
-    m_records.Extend(kElementBytes);
+    CGrowArray<unsigned char>& made = m_records.Made();
+    const std::size_t offset = made.Size();
+    made.Extend(kElementBytes);
     const bool isHeld = state && state->holdsTexts;
     const bool isRenamed = isHeld || (state && !state->name.IsEmpty());
     const std::uint32_t nameWord = ReadU32(record + kWordOffset);
@@ -191,7 +224,7 @@ void CRebuild::EmitElement(const unsigned char* record, const CNodeState* state)
         name = addName();
         ownValue = addOwnValue();
     }
-    unsigned char* emitted = m_records.Data() + offset;
+    unsigned char* emitted = made.Data() + offset;
     WriteElementRecord(emitted, name, ownValue);
     WriteU32(emitted + kAttrCountOffset, attrCount);
     std::memcpy(emitted + kChildCountOffset, record + kChildCountOffset, sizeof(std::uint32_t));
@@ -202,12 +235,12 @@ std::uint32_t CRebuild::EmitAttrs(const unsigned char* record, const CNodeState*
     if (state && state->attrs) return EmitAttrList(*state->attrs);
     if (!IsInOrder(record)) return EmitAttrList(*LoadAttrList(record, m_oldWords));
     const std::uint32_t count = AttrCountOf(record);
-    MapEntries(record, m_records.Extend(kAttrEntryBytes * std::size_t{count}));
+    MapEntries(record, m_records.Made().Extend(kAttrEntryBytes * std::size_t{count}));
     return count;
 }
 
 std::uint32_t CRebuild::EmitAttrList(const CAttrList& attrs) {
-    unsigned char* entries = m_records.Extend(kAttrEntryBytes * std::size_t{attrs.Count()});
+    unsigned char* entries = m_records.Made().Extend(kAttrEntryBytes * std::size_t{attrs.Count()});
     StoreAttrList(attrs, entries, m_newWords, [this](TextView text, bool) { return m_map.AddText(text); });
     return attrs.Count();
 }
@@ -237,41 +270,52 @@ bool CRebuild::IsInOrder(const unsigned char* record) {
     return true;
 }
 
+bool CRebuild::IsNameFolded(std::uint32_t word) {
+    if (word >= m_casing.Size()) return true;  // the empty text
+    if (m_casing[word] == kUnknownCasing) m_casing[word] = IsFolded(m_oldWords.GetWord(word)) ? kLower : kMixed;
+    return m_casing[word] == kLower;
+}
+
 // The new word of an attribute's name, which is stored in lower case.
 std::uint32_t CRebuild::MapName(std::uint32_t word) {
-    if (word >= m_casing.Size()) return m_map.Map(word);
-    if (m_casing[word] == kUnknownCasing) m_casing[word] = IsFolded(m_oldWords.GetWord(word)) ? kLower : kMixed;
-    if (m_casing[word] == kLower) return m_map.Map(word);
+    if (IsNameFolded(word)) return m_map.Map(word);
     const auto [place, isNew] = m_foldedNames.try_emplace(word, kNoWord);
     if (isNew) place->second = m_map.AddText(FoldedCase(m_oldWords.GetWord(word)));
     return place->second;
 }
 
-void CRebuild::KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount) {
+void CRebuild::KeepApart(CBinNode& node, std::size_t begin, std::uint32_t childCount) {
     node.NeedState();
-    const std::size_t size = m_records.Size() - offset;
+    const CGrowArray<unsigned char>& made = m_records.Made();
+    const std::size_t size = made.Size() - begin;
     auto record = std::make_unique_for_overwrite<unsigned char[]>(size);
-    std::memcpy(record.get(), m_records.Data() + offset, size);
+    std::memcpy(record.get(), made.Data() + begin, size);
     if (IsElement(record.get()) && childCount > 0) WriteU32(record.get() + kChildCountOffset, childCount);
     m_apart.push_back({&node, std::move(record)});
 }
 
+// Not for long: a document of which little is left gives its memory back.
+bool CRebuild::StaysInPlace() const {
+    const std::uint64_t usedBytes = m_records.Size() + m_newWords.SharedBytesUsed();
+    return m_isBlockOurs && m_records.FitFormerBlock() && usedBytes * 2 > m_document.Tree().end;
+}
+
 void CRebuild::Commit() {
-    m_newWords.FinishRebuild();
+    const bool isInPlace = StaysInPlace();
+    m_newWords.FinishRebuild(isInPlace);
     CRecordTree tree;
-    m_records.MakeRoom(1);  // an empty tree, too, has a block
-    if (!m_records.IsEmpty() && !ScanRecords(m_records.Data(), 0, m_records.Size(), tree)) throw std::bad_alloc();
-    unsigned char* bytes = m_records.Release();
-    tree.bytes = SharedBytes(bytes, std::free);
+    if (!isInPlace) tree = m_records.WriteAnew(m_map);
 
     // From here on nothing fails.
+    if (isInPlace) tree = m_records.WriteInPlace(std::move(m_document.Tree()), m_map);
     std::uint32_t span = 0;  // the first at or behind what is placed, which comes in order
     for (const Placed& placed : m_placed) {
+        const std::uint32_t offset = tree.begin + placed.place;
         ClearEdits(*placed.node);
-        while (span < tree.spans.Size() && tree.spans[span].offset < placed.offset) ++span;
+        while (span < tree.spans.Size() && tree.spans[span].offset < offset) ++span;
         if (placed.node->HasUnmadeChildren()) placed.node->Links() = links::Unmade(span);
-        placed.node->m_offset = placed.offset;
-        if (CNodeState* state = placed.node->State()) state->record = bytes + placed.offset;
+        placed.node->m_offset = offset;
+        if (CNodeState* state = placed.node->State()) state->record = tree.bytes.get() + offset;
     }
     for (Apart& apart : m_apart) {
         ClearEdits(*apart.node);

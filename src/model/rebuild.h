@@ -1,9 +1,10 @@
 // The rebuild of a document before it is saved: new records of the whole tree in one block, over a new dictionary that
 // holds exactly the texts the tree uses, in the order in which a pre-order walk first meets them.
 //
-// Everything is made beside the present tree and put in place at the end: when memory runs out, nothing has changed but
-// that a pending value may already stand in the text child that a rebuild makes of it. Nodes that exist go on existing;
-// what was never made is carried over record by record.
+// Two passes. The first goes through the tree, gives the words their new numbers and makes the records of what is
+// edited; records of which nothing changes but those numbers are only noted as ranges. The second puts the new records
+// together. All that can fail for want of memory comes before anything changes, but that a pending value may already
+// stand in the text child that a rebuild makes of it. Nodes that exist go on existing.
 #pragma once
 
 #include <memory>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "model/grow_array.h"
+#include "model/new_records.h"
 #include "model/node.h"
 #include "model/word_map.h"
 
@@ -25,10 +27,10 @@ public:
     void Run();
 
 private:
-    // A made node whose record is in the new block.
+    // A made node whose record is in the block, and where, from the root's record on.
     struct Placed {
         CBinNode* node;
-        std::uint32_t offset;
+        std::uint32_t place;
     };
     // A made node whose new record is its own: one that is not written because a node above it is no element, or an
     // element of which not all children are written.
@@ -38,22 +40,26 @@ private:
     };
     void MakeNodesWithoutRecord();
     void EmitNode(CBinNode& node, bool isWritten);
-    void EmitSlice(const unsigned char* record, const unsigned char* end);
-    void EmitUnedited(const unsigned char* element);
-    void EmitCopied(const unsigned char* element);
+    void EmitSlice(std::uint32_t begin, std::uint32_t end);
+    bool MapUnedited(const unsigned char* record);
+    void EmitRecord(const unsigned char* record, const CNodeState* state);
     void EmitElement(const unsigned char* record, const CNodeState* state);
+    void EmitCopied(const unsigned char* element);
     std::uint32_t EmitAttrs(const unsigned char* record, const CNodeState* state);
     std::uint32_t EmitAttrList(const CAttrList& attrs);
     void MapEntries(const unsigned char* element, unsigned char* target);
     bool IsInOrder(const unsigned char* record);
+    bool IsNameFolded(std::uint32_t word);
     std::uint32_t MapName(std::uint32_t word);
-    void KeepApart(CBinNode& node, std::size_t offset, std::uint32_t childCount);
+    void KeepApart(CBinNode& node, std::size_t begin, std::uint32_t childCount);
+    bool StaysInPlace() const;
     void Commit();
     static void ClearEdits(CBinNode& node);
     static void DropIdleState(CBinNode& node);
 
     CBinaryDocument& m_document;
     CWordDict& m_oldWords;
+    bool m_isBlockOurs;  // nobody but this document reads its records
     CWordDict m_newWords;
     CWordMap m_map;
     CGrowArray<unsigned char> m_casing;                              // of each old word, once known
@@ -63,7 +69,7 @@ private:
     std::unordered_set<std::uint64_t> m_allAscending;
     static constexpr std::size_t kKnownPairs = 256;
     std::uint64_t m_ascending[kKnownPairs] = {};
-    CGrowArray<unsigned char> m_records;
+    CNewRecords m_records;
     CGrowArray<Placed> m_placed;
     std::vector<Apart> m_apart;
 };

@@ -6,9 +6,6 @@
 
 namespace {
 
-// Offsets are 32 bits wide.
-constexpr std::uint64_t kMostBytes = 0xFFFFFFF0;
-
 // A subtree of at most so many bytes is skipped by reading it, which costs about what reading a span costs: a dozen
 // records at most.
 constexpr std::uint32_t kSmallSubtreeBytes = 128;
@@ -40,7 +37,7 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
     tree.spans.Clear();
     tree.shortElements.Clear();
     tree.unknownCount = 0;
-    if (byteCount > kMostBytes) byteCount = kMostBytes;
+    byteCount = std::min<std::uint64_t>(byteCount, CRecordTree::kMostBytes);
 
     CGrowArray<OpenElement> open;
     std::uint64_t cursor = begin;
@@ -98,6 +95,17 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
     tree.begin = static_cast<std::uint32_t>(begin);
     tree.end = static_cast<std::uint32_t>(cursor);
     return true;
+}
+
+// Memory that is not touched costs next to nothing.
+void CRecordTree::MakeBlock(std::size_t byteCount) {
+    constexpr std::size_t kRoomShare = 64;
+    constexpr std::size_t kLeastRoom = 64;
+    static_assert(kLeastRoom >= CWordDict::kBlockSpareBytes);
+    const std::size_t size = byteCount + byteCount / kRoomShare + kLeastRoom;
+    if (size < byteCount) throw std::bad_alloc();
+    bytes = std::make_shared_for_overwrite<unsigned char[]>(size);
+    roomEnd = static_cast<std::uint32_t>(std::min<std::size_t>(size, kMostBytes));
 }
 
 // The subtree has been scanned: nothing in it runs past its end.

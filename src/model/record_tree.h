@@ -34,8 +34,9 @@ struct CCopiedWords {
 
 struct CRecordTree {
     SharedBytes bytes;
-    std::uint32_t begin = 0;  // offset of the root's record
-    std::uint32_t end = 0;    // offset behind the last record
+    std::uint32_t begin = 0;    // offset of the root's record
+    std::uint32_t end = 0;      // offset behind the last record
+    std::uint32_t roomEnd = 0;  // offset behind what else is free for records
     CGrowArray<Span> spans;
     CGrowArray<ShortElement>
         shortElements;               // from the root down, so by offset; empty unless a record was of unknown type
@@ -43,6 +44,10 @@ struct CRecordTree {
     std::unique_ptr<CCopiedWords> copied;  // of a tree of copies; otherwise null
 
     bool IsEmpty() const { return begin == end; }
+
+    /// A block of `byteCount` bytes, at most kMostBytes, and room for the records to grow in. Throws std::bad_alloc.
+    void MakeBlock(std::size_t byteCount);
+    static constexpr std::uint32_t kMostBytes = 0xFFFFFFF0;  // offsets are 32 bits wide
 
     bool HasSameBytes(const CRecordTree& other) const {
         const std::size_t size = end - begin;

@@ -101,11 +101,11 @@ void CWordDict::AppendBlockWord(std::size_t start, std::size_t end) {
     m_offsets.Append(static_cast<std::uint32_t>(start));
 }
 
-void CWordDict::FinishRebuild() {
+void CWordDict::FinishRebuild(bool isBlockKept) {
     m_slots = CGrowArray<Slot>();
     m_entryCount = 0;
     m_isIndexDue = true;
-    if (m_sharedUnits * sizeof(WCHAR) * 2 > m_blockByteCount) return;
+    if (isBlockKept || SharedBytesUsed() * 2 > m_blockByteCount) return;
     if (m_sharedUnits > 0) {
         CWordDict moved;
         moved.m_offsets.Reserve(GetWordCount());

@@ -48,10 +48,15 @@ public:
     std::uint32_t AddWordOf(const CWordDict& other, std::uint32_t index);
 
     /// For a rebuild. An empty dictionary shares the block of another one; words of that are appended without a copy
-    /// when they lie there; at the end AddWord will find every word, and the block goes if most of it is not in use.
+    /// when they lie there; at the end AddWord will find every word, and the block goes if most of it is not in use,
+    /// unless it is kept anyway.
     void ShareBlockOf(const CWordDict& other);
     std::uint32_t AppendWordOf(const CWordDict& other, std::uint32_t index, std::size_t length);
-    void FinishRebuild();
+    void FinishRebuild(bool isBlockKept);
+    /// Bytes of the block that its words take.
+    std::uint64_t SharedBytesUsed() const { return m_sharedUnits * sizeof(WCHAR); }
+    /// Whether the words lie, or may lie, in this block.
+    bool IsOver(const SharedBytes& block) const { return m_block == block; }
 
     void Clear() { *this = CWordDict(); }
 

@@ -27,6 +27,12 @@ public:
         const std::uint32_t index = Map(word);
         return index == m_emptyWord ? kNoWord : index;
     }
+    /// The same for words that have been mapped.
+    std::uint32_t Mapped(std::uint32_t word) const { return word < m_map.Size() ? m_map[word] : m_emptyWord; }
+    std::uint32_t MappedUnlessEmpty(std::uint32_t word) const {
+        const std::uint32_t index = word < m_map.Size() ? m_map[word] : kNoWord;
+        return index == m_emptyWord || index >= kDuplicateMark ? kNoWord : index;
+    }
     /// The new index of a text that does not come from the old dictionary.
     std::uint32_t AddText(TextView text);
 

@@ -1,0 +1,145 @@
+#include "model/new_records.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "model/layout.h"
+
+namespace {
+
+// Copies records with the new numbers of their words. `to` may lie at or before `from` in the same block.
+void CopyRenumbered(const unsigned char* from, const unsigned char* end, unsigned char* to, const CWordMap& map) {
+    while (from != end) {
+        const unsigned char type = *from;
+        const std::uint32_t word = ReadU32(from + kWordOffset);
+        if (type != kElement) {
+            WriteTextRecord(to, type, map.Mapped(word));
+            from += kTextBytes;
+            to += kTextBytes;
+            continue;
+        }
+        const std::uint32_t ownValue = ReadU32(from + kOwnValueOffset);
+        const std::uint32_t attrCount = AttrCountOf(from);
+        const std::uint32_t childCount = ReadU32(from + kChildCountOffset);
+        *to = type;
+        WriteU32(to + kWordOffset, attrCount > 0 ? map.Mapped(word) : map.MappedUnlessEmpty(word));
+        WriteU32(to + kOwnValueOffset, map.MappedUnlessEmpty(ownValue));
+        WriteU32(to + kAttrCountOffset, attrCount);
+        WriteU32(to + kChildCountOffset, childCount);
+        from += kElementBytes;
+        to += kElementBytes;
+        for (std::uint32_t left = 2 * attrCount; left > 0; --left) {
+            WriteU32(to, map.Mapped(ReadU32(from)));
+            from += sizeof(std::uint32_t);
+            to += sizeof(std::uint32_t);
+        }
+    }
+}
+
+}  // namespace
+
+void CNewRecords::Keep(std::uint32_t begin, std::uint32_t end) {
+    if (begin == end) return;
+    m_isSameShape = m_isSameShape && begin == m_expected;
+    m_expected = end;
+    m_hasKept = true;
+    if (!m_pieces.IsEmpty() && m_pieces.Back().isKept && m_pieces.Back().end == begin) {
+        m_pieces.Back().end = end;
+    } else {
+        m_pieces.Append({begin, begin, end, static_cast<std::uint32_t>(m_size), true});
+    }
+    m_size += end - begin;
+}
+
+void CNewRecords::Take(std::size_t begin, std::uint32_t replaced) {
+    m_isSameShape = m_isSameShape && replaced == m_expected && replaced != m_former.end;
+    if (m_isSameShape) {
+        const unsigned char* const former = m_former.bytes.get() + replaced;
+        const unsigned char* const record = m_made.Data() + begin;
+        m_isSameShape = IsElement(record) == IsElement(former) &&
+                        (!IsElement(record) || ChildCountOf(record) == ChildCountOf(former));
+        m_expected += static_cast<std::uint32_t>(GetRecordSize(former));
+    }
+    const std::uint32_t end = static_cast<std::uint32_t>(m_made.Size());
+    if (!m_isSameShape && !m_pieces.IsEmpty() && !m_pieces.Back().isKept) {
+        m_pieces.Back().end = end;
+    } else {
+        m_pieces.Append({replaced, static_cast<std::uint32_t>(begin), end, static_cast<std::uint32_t>(m_size), false});
+    }
+    m_size += m_made.Size() - begin;
+}
+
+// How far the kept records must make way for new ones before them, at most.
+std::uint32_t CNewRecords::Growth() const {
+    std::uint32_t growth = 0;
+    for (const Piece& piece : m_pieces) {
+        const std::uint32_t place = m_former.begin + piece.place;
+        if (piece.isKept && place > piece.begin) growth = std::max(growth, place - piece.begin);
+    }
+    return growth;
+}
+
+bool CNewRecords::FitFormerBlock() const {
+    if (!m_isSameShape || m_expected != m_former.end || m_former.copied || m_former.unknownCount > 0) return false;
+    const std::uint64_t end = std::max(m_former.begin + m_size, std::uint64_t{m_former.end} + Growth());
+    return end <= m_former.roomEnd;
+}
+
+CRecordTree CNewRecords::WriteInPlace(CRecordTree&& former, const CWordMap& map) const {
+    unsigned char* const bytes = former.bytes.get();
+    const std::uint32_t growth = Growth();
+    if (growth > 0) std::memmove(bytes + former.begin + growth, bytes + former.begin, former.end - former.begin);
+    for (const Piece& piece : m_pieces) {
+        unsigned char* const place = bytes + former.begin + piece.place;
+        if (piece.isKept) {
+            CopyRenumbered(bytes + piece.begin + growth, bytes + piece.end + growth, place, map);
+        } else {
+            std::memcpy(place, m_made.Data() + piece.begin, piece.end - piece.begin);
+        }
+    }
+    const auto moved = [this, &former](std::uint32_t offset) {
+        if (offset == former.end) return former.begin + static_cast<std::uint32_t>(m_size);
+        const Piece& piece = *LastFrom(offset);
+        return former.begin + piece.place + (offset - piece.former);
+    };
+    if (m_pieces.Size() > 1) {
+        for (Span& span : former.spans) {
+            span.offset = moved(span.offset);
+            span.end = moved(span.end);
+        }
+    }
+    former.end = former.begin + static_cast<std::uint32_t>(m_size);
+    return std::move(former);
+}
+
+// The piece in which the former record at an offset is.
+const CNewRecords::Piece* CNewRecords::LastFrom(std::uint32_t former) const {
+    return std::upper_bound(m_pieces.begin(), m_pieces.end(), former,
+                            [](std::uint32_t offset, const Piece& piece) { return offset < piece.former; }) -
+           1;
+}
+
+CRecordTree CNewRecords::WriteAnew(const CWordMap& map) {
+    CRecordTree tree;
+    const std::size_t size = static_cast<std::size_t>(m_size);
+    if (m_hasKept) {
+        tree.MakeBlock(size);
+        for (const Piece& piece : m_pieces) {
+            unsigned char* const place = tree.bytes.get() + piece.place;
+            if (piece.isKept) {
+                const unsigned char* const bytes = m_former.bytes.get();
+                CopyRenumbered(bytes + piece.begin, bytes + piece.end, place, map);
+            } else {
+                std::memcpy(place, m_made.Data() + piece.begin, piece.end - piece.begin);
+            }
+        }
+    } else {
+        m_made.MakeRoom(1);  // an empty tree, too, has a block
+        tree.bytes = SharedBytes(m_made.Release(), std::free);
+        tree.roomEnd = static_cast<std::uint32_t>(size);
+    }
+    if (size > 0 && !ScanRecords(tree.bytes.get(), 0, size, tree)) throw std::bad_alloc();
+    return tree;
+}
