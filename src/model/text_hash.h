@@ -1,5 +1,5 @@
-// Hash of a text for the word index: eight bytes a step, folded multiplication (the high and the low half of a product
-// both count), so that texts which collide for one seed do not for another.
+// Hash of a text for the word index: sixteen bytes a step, folded multiplication (the high and the low half of a
+// product both count), so that texts which collide for one seed do not for another.
 #pragma once
 
 #include <cstdint>
@@ -32,14 +32,32 @@ inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
     constexpr std::size_t kStep = 4;  // code units in eight bytes
     const WCHAR* units = text.data();
     std::size_t count = text.size();
+    const auto eight = [&units](std::size_t from) {
+        std::uint64_t bytes;
+        std::memcpy(&bytes, units + from, sizeof(bytes));
+        return bytes;
+    };
+    const std::uint64_t first = seed ^ kFirst;
+    const std::uint64_t second = seed ^ kSecond;
     std::uint64_t state = seed ^ (count * kFirst);
-    std::uint64_t chunk = 0;
-    for (; count >= kStep; units += kStep, count -= kStep) {
-        std::memcpy(&chunk, units, sizeof(chunk));
-        state = FoldedProduct(chunk ^ seed ^ kFirst, state ^ kSecond);
+    if (count > 4 * kStep) {  // two products that do not wait for each other
+        std::uint64_t other = state ^ kSecond;
+        for (; count > 4 * kStep; units += 4 * kStep, count -= 4 * kStep) {
+            state = FoldedProduct(eight(0) ^ first, eight(kStep) ^ state);
+            other = FoldedProduct(eight(2 * kStep) ^ second, eight(3 * kStep) ^ other);
+        }
+        state ^= other;
     }
-    chunk = 0;
-    for (std::size_t i = 0; i < count; ++i) chunk = (chunk << 16) | static_cast<std::uint16_t>(units[i]);
-    state = FoldedProduct(chunk ^ seed ^ kFirst, state ^ kSecond);
+    for (; count > 2 * kStep; units += 2 * kStep, count -= 2 * kStep) {
+        state = FoldedProduct(eight(0) ^ first, eight(kStep) ^ state);
+    }
+    std::uint64_t low = 0, high = 0;
+    if (count >= kStep) {
+        low = eight(0);
+        high = eight(count - kStep);  // overlapping, to take in the rest
+    } else {
+        for (std::size_t i = 0; i < count; ++i) low = (low << 16) | static_cast<std::uint16_t>(units[i]);
+    }
+    state = FoldedProduct(low ^ first, high ^ state ^ kSecond);
     return static_cast<std::uint32_t>(state ^ (state >> 32));
 }

@@ -19,13 +19,12 @@ constexpr std::size_t kFewestSlots = 16;
 CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to) {
     const std::size_t wordCount = from.GetWordCount();
     const std::size_t slotCount = std::bit_ceil(std::max(wordCount * 2, kFewestSlots));
+    m_wordMask = static_cast<std::uint32_t>((std::uint64_t{1} << std::bit_width(wordCount)) - 1);
     m_to.ShareBlockOf(from);
     m_map.Reserve(wordCount);
-    m_hashes.Reserve(wordCount);
     m_lengths.Reserve(wordCount);
     m_slots.Reserve(slotCount);
     m_map.Extend(wordCount);
-    m_hashes.Extend(wordCount);
     m_lengths.Extend(wordCount);
     m_slots.Extend(slotCount);
     for (int seeds = 0; !Index(m_seed, seeds < kMostReseeds ? kSuspiciousRun : slotCount); ++seeds) {
@@ -40,30 +39,31 @@ bool CWordMap::Index(std::uint64_t seed, std::size_t longestRun) {
     std::fill(m_map.begin(), m_map.end(), kNoWord);
     const std::uint32_t wordCount = m_from.GetWordCount();
     TextView texts[kBatch];
+    std::uint32_t hashes[kBatch];
     for (std::uint32_t first = 0; first < wordCount; first += kBatch) {
         const std::size_t count = std::min<std::size_t>(kBatch, wordCount - first);
         for (std::size_t i = 0; i < count; ++i) {
             texts[i] = m_from.GetWordView(first + static_cast<std::uint32_t>(i));
             m_lengths[first + i] = static_cast<std::uint32_t>(texts[i].size());
-            m_hashes[first + i] = HashText(texts[i], seed);
-            __builtin_prefetch(&m_slots[m_hashes[first + i] & (m_slots.Size() - 1)]);
+            hashes[i] = HashText(texts[i], seed);
+            __builtin_prefetch(&m_slots[hashes[i] & (m_slots.Size() - 1)]);
         }
         for (std::size_t i = 0; i < count; ++i) {
             std::size_t run = 0;
-            std::uint32_t* slot = FindSlot(texts[i], m_hashes[first + i], run);
+            std::uint32_t* slot = FindSlot(texts[i], hashes[i], run);
             if (run > longestRun) return false;
             if (*slot == kNoWord) {
-                *slot = first + static_cast<std::uint32_t>(i);
+                *slot = (hashes[i] & ~m_wordMask) | (first + static_cast<std::uint32_t>(i));
             } else {
-                m_map[first + i] = *slot | kDuplicateMark;
+                m_map[first + i] = (*slot & m_wordMask) | kDuplicateMark;
             }
         }
     }
     return true;
 }
 
-bool CWordMap::IsWord(std::uint32_t word, TextView text, std::uint32_t hash) const {
-    return m_hashes[word] == hash && m_lengths[word] == text.size() &&
+bool CWordMap::HasText(std::uint32_t word, TextView text) const {
+    return m_lengths[word] == text.size() &&
            (text.empty() || std::memcmp(m_from.GetWord(word), text.data(), text.size() * sizeof(WCHAR)) == 0);
 }
 
@@ -71,15 +71,16 @@ bool CWordMap::IsWord(std::uint32_t word, TextView text, std::uint32_t hash) con
 std::uint32_t* CWordMap::FindSlot(TextView text, std::uint32_t hash, std::size_t& run) {
     const std::size_t mask = m_slots.Size() - 1;
     for (std::size_t i = hash & mask;; i = (i + 1) & mask, ++run) {
-        const std::uint32_t word = m_slots[i];
-        if (word == kNoWord || IsWord(word, text, hash)) return &m_slots[i];
+        const std::uint32_t slot = m_slots[i];
+        if (slot == kNoWord) return &m_slots[i];
+        if (((slot ^ hash) & ~m_wordMask) == 0 && HasText(slot & m_wordMask, text)) return &m_slots[i];
     }
 }
 
 std::uint32_t CWordMap::AddText(TextView text) {
     std::size_t run = 0;
-    const std::uint32_t word = *FindSlot(text, HashText(text, m_seed), run);
-    if (word != kNoWord) return Map(word);
+    const std::uint32_t slot = *FindSlot(text, HashText(text, m_seed), run);
+    if (slot != kNoWord) return Map(slot & m_wordMask);
     const std::uint32_t index = m_to.AddWord(text, false);
     if (text.empty()) m_emptyWord = index;
     return index;

@@ -41,7 +41,7 @@ private:
 
     bool Index(std::uint64_t seed, std::size_t longestRun);
     std::uint32_t* FindSlot(TextView text, std::uint32_t hash, std::size_t& run);
-    bool IsWord(std::uint32_t word, TextView text, std::uint32_t hash) const;
+    bool HasText(std::uint32_t word, TextView text) const;
     std::uint32_t MapNew(std::uint32_t word);
 
     const CWordDict& m_from;
@@ -49,9 +49,11 @@ private:
     // Of each old word: its new index; kNoWord where it has none yet; with kDuplicateMark, the first word of the same
     // text.
     CGrowArray<std::uint32_t> m_map;
-    CGrowArray<std::uint32_t> m_hashes;   // of each old word
-    CGrowArray<std::uint32_t> m_lengths;  // in code units
-    CGrowArray<std::uint32_t> m_slots;    // old words in an open-addressing table, kNoWord where free
+    CGrowArray<std::uint32_t> m_lengths;  // of each old word, in code units
+    // An open-addressing table of old words, kNoWord where free: what the number of a word leaves of the bits of a slot
+    // is filled with those of the hash.
+    CGrowArray<std::uint32_t> m_slots;
+    std::uint32_t m_wordMask;  // of a slot
     std::uint64_t m_seed = 0;
     std::uint32_t m_emptyWord = kNoWord;  // the empty text's new index, once it has one
 };
