@@ -86,6 +86,7 @@ bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& words, CRecordTree&
     tree.MakeBlock(byteCount);
     if (file.Read(tree.bytes.get(), byteCount) != size) return false;
     const std::size_t recordsOffset = words.TakeBlock(tree.bytes, byteCount, static_cast<std::uint64_t>(size));
+    tree.roomBegin = static_cast<std::uint32_t>(words.BlockEnd());
     return recordsOffset > 0 && ScanRecords(tree.bytes.get(), recordsOffset, byteCount, tree);
 }
 
@@ -103,6 +104,7 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
         tree.MakeBlock(byteCount);
         std::memcpy(tree.bytes.get(), bytes, byteCount);
         words.TakeBlock(tree.bytes, byteCount, byteLimit);
+        tree.roomBegin = static_cast<std::uint32_t>(words.BlockEnd());
         if (!isWhole) {
             ReplaceWords(std::move(words));
             return false;

@@ -81,36 +81,43 @@ std::uint32_t CNewRecords::Growth() const {
     return growth;
 }
 
+// Where the new records begin: those kept then stay where they are as far as possible, and otherwise make way once.
+CNewRecords::Layout CNewRecords::InPlace() const {
+    const std::uint32_t growth = Growth();
+    if (growth <= m_former.begin - m_former.roomBegin) return {m_former.begin - growth, 0};
+    return {m_former.begin, growth};
+}
+
 bool CNewRecords::FitFormerBlock() const {
     if (!m_isSameShape || m_expected != m_former.end || m_former.copied || m_former.unknownCount > 0) return false;
-    const std::uint64_t end = std::max(m_former.begin + m_size, std::uint64_t{m_former.end} + Growth());
-    return end <= m_former.roomEnd;
+    const Layout layout = InPlace();
+    return std::max(layout.begin + m_size, std::uint64_t{m_former.end} + layout.shift) <= m_former.roomEnd;
 }
 
 CRecordTree CNewRecords::WriteInPlace(CRecordTree&& former, const CWordMap& map) const {
     unsigned char* const bytes = former.bytes.get();
-    const std::uint32_t growth = Growth();
-    if (growth > 0) std::memmove(bytes + former.begin + growth, bytes + former.begin, former.end - former.begin);
+    const auto [begin, shift] = InPlace();
+    if (shift > 0) std::memmove(bytes + former.begin + shift, bytes + former.begin, former.end - former.begin);
     for (const Piece& piece : m_pieces) {
-        unsigned char* const place = bytes + former.begin + piece.place;
+        unsigned char* const place = bytes + begin + piece.place;
         if (piece.isKept) {
-            CopyRenumbered(bytes + piece.begin + growth, bytes + piece.end + growth, place, map);
+            CopyRenumbered(bytes + shift + piece.begin, bytes + shift + piece.end, place, map);
         } else {
             std::memcpy(place, m_made.Data() + piece.begin, piece.end - piece.begin);
         }
     }
-    const auto moved = [this, &former](std::uint32_t offset) {
-        if (offset == former.end) return former.begin + static_cast<std::uint32_t>(m_size);
+    const std::uint32_t end = begin + static_cast<std::uint32_t>(m_size);
+    const auto moved = [&, begin = begin](std::uint32_t offset) {
+        if (offset == former.end) return end;
         const Piece& piece = *LastFrom(offset);
-        return former.begin + piece.place + (offset - piece.former);
+        return begin + piece.place + (offset - piece.former);
     };
-    if (m_pieces.Size() > 1) {
-        for (Span& span : former.spans) {
-            span.offset = moved(span.offset);
-            span.end = moved(span.end);
-        }
+    for (Span& span : former.spans) {
+        span.offset = moved(span.offset);
+        span.end = moved(span.end);
     }
-    former.end = former.begin + static_cast<std::uint32_t>(m_size);
+    former.begin = begin;
+    former.end = end;
     return std::move(former);
 }
 

@@ -47,6 +47,12 @@ private:
         std::uint32_t place;  // in the new records
         bool isKept;
     };
+    // Of the records in the former block: where they begin, and how far the former ones are shifted first.
+    struct Layout {
+        std::uint32_t begin;
+        std::uint32_t shift;
+    };
+    Layout InPlace() const;
     const Piece* LastFrom(std::uint32_t former) const;
     std::uint32_t Growth() const;
 

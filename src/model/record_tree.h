@@ -34,9 +34,10 @@ struct CCopiedWords {
 
 struct CRecordTree {
     SharedBytes bytes;
-    std::uint32_t begin = 0;    // offset of the root's record
-    std::uint32_t end = 0;      // offset behind the last record
-    std::uint32_t roomEnd = 0;  // offset behind what else is free for records
+    std::uint32_t begin = 0;      // offset of the root's record
+    std::uint32_t end = 0;        // offset behind the last record
+    std::uint32_t roomBegin = 0;  // from here to `begin`, and from `end` to roomEnd, the block is free for records
+    std::uint32_t roomEnd = 0;
     CGrowArray<Span> spans;
     CGrowArray<ShortElement>
         shortElements;               // from the root down, so by offset; empty unless a record was of unknown type

@@ -86,6 +86,9 @@ public:
 
     static constexpr std::size_t kBlockSpareBytes = 2;
 
+    /// After TakeBlock: the offset behind the last word that stays in the block.
+    std::size_t BlockEnd() const { return (m_lastEnd + 1) * sizeof(WCHAR); }
+
     /// Puts dictionary entries as the file has them, from that of the word `first` on, into `target`: as many as lie
     /// side by side in the block and fit into `size` bytes. Gives the bytes that they take, perhaps none, and moves
     /// `first` on. Nothing when some text has a zero in the file, where it ends: then all words must be asked for one
