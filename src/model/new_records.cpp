@@ -106,26 +106,27 @@ CRecordTree CNewRecords::WriteInPlace(CRecordTree&& former, const CWordMap& map)
             std::memcpy(place, m_made.Data() + piece.begin, piece.end - piece.begin);
         }
     }
-    const std::uint32_t end = begin + static_cast<std::uint32_t>(m_size);
-    const auto moved = [&, begin = begin](std::uint32_t offset) {
-        if (offset == former.end) return end;
-        const Piece& piece = *LastFrom(offset);
-        return begin + piece.place + (offset - piece.former);
-    };
-    for (Span& span : former.spans) {
-        span.offset = moved(span.offset);
-        span.end = moved(span.end);
-    }
+    MoveSpans(former, begin);
     former.begin = begin;
-    former.end = end;
+    former.end = begin + static_cast<std::uint32_t>(m_size);
     return std::move(former);
 }
 
-// The piece in which the former record at an offset is.
-const CNewRecords::Piece* CNewRecords::LastFrom(std::uint32_t former) const {
-    return std::upper_bound(m_pieces.begin(), m_pieces.end(), former,
-                            [](std::uint32_t offset, const Piece& piece) { return offset < piece.former; }) -
-           1;
+// Spans stand by their offsets, as the pieces do.
+void CNewRecords::MoveSpans(CRecordTree& tree, std::uint32_t begin) const {
+    const Piece* piece = m_pieces.begin();
+    const auto lastFrom = [this, &piece](std::uint32_t offset) {
+        return std::upper_bound(piece + 1, m_pieces.end(), offset,
+                                [](std::uint32_t from, const Piece& other) { return from < other.former; }) -
+               1;
+    };
+    for (Span& span : tree.spans) {
+        piece = lastFrom(span.offset);
+        const Piece* next = lastFrom(span.end);
+        span.offset = begin + piece->place + (span.offset - piece->former);
+        span.end = span.end == tree.end ? begin + static_cast<std::uint32_t>(m_size)
+                                        : begin + next->place + (span.end - next->former);
+    }
 }
 
 CRecordTree CNewRecords::WriteAnew(const CWordMap& map) {

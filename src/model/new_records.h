@@ -53,7 +53,7 @@ private:
         std::uint32_t shift;
     };
     Layout InPlace() const;
-    const Piece* LastFrom(std::uint32_t former) const;
+    void MoveSpans(CRecordTree& tree, std::uint32_t begin) const;
     std::uint32_t Growth() const;
 
     const CRecordTree& m_former;

@@ -74,6 +74,62 @@ void CRebuild::MakeNodesWithoutRecord() {
     }
 }
 
+// Gives the words of a record their new numbers, in the order in which EmitRecord does without a state, and tells its
+// size. 0, with nothing done, when that would change more than the numbers.
+inline std::uint32_t CRebuild::MapUnedited(const unsigned char* record) {
+    const std::uint32_t word = ReadU32(record + kWordOffset);
+    if (*record != kElement) {
+        m_map.Map(word);
+        return kTextBytes;
+    }
+    const std::uint32_t attrCount = AttrCountOf(record);
+    if (attrCount == 0) {
+        m_map.MapUnlessEmpty(word);
+        m_map.MapUnlessEmpty(ReadU32(record + kOwnValueOffset));
+        return kElementBytes;
+    }
+    if (!IsInOrder(record)) return 0;
+    const unsigned char* const entries = AttrEntryOf(record, 0);
+    const unsigned char* const end = AttrEntryOf(record, attrCount);
+    for (const unsigned char* entry = entries; entry != end; entry += kAttrEntryBytes) {
+        if (!IsNameFolded(ReadU32(entry))) return 0;
+    }
+    m_map.Map(word);
+    m_map.MapUnlessEmpty(ReadU32(record + kOwnValueOffset));
+    for (const unsigned char* entry = entries; entry != end; entry += sizeof(std::uint32_t)) m_map.Map(ReadU32(entry));
+    return static_cast<std::uint32_t>(end - record);
+}
+
+// Records of which no nodes were ever made.
+void CRebuild::EmitSlice(std::uint32_t begin, std::uint32_t end) {
+    const unsigned char* const block = m_document.Block();
+    std::uint32_t kept = begin;  // from here on, all but their words
+    for (std::uint32_t offset = begin; offset != end;) {
+        const unsigned char* record = block + offset;
+        if (const std::uint32_t size = MapUnedited(record)) {
+            offset += size;
+            continue;
+        }
+        m_records.Keep(kept, offset);
+        const std::size_t made = m_records.Made().Size();
+        EmitRecord(record, nullptr);
+        m_records.Take(made, offset);
+        offset += static_cast<std::uint32_t>(GetRecordSize(record));
+        kept = offset;
+    }
+    m_records.Keep(kept, end);
+}
+
+// The same in a tree of copies.
+void CRebuild::EmitCopies(std::uint32_t begin, std::uint32_t end) {
+    const std::size_t made = m_records.Made().Size();
+    const unsigned char* const last = m_document.Block() + end;
+    for (const unsigned char* record = m_document.Block() + begin; record != last; record += GetRecordSize(record)) {
+        IsElement(record) ? EmitCopied(record) : EmitRecord(record, nullptr);
+    }
+    m_records.Take(made, CNewRecords::kNothing);
+}
+
 void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     const unsigned char* record = node.Record();
     const CNodeState* state = node.State();
@@ -85,8 +141,9 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     const std::uint32_t place = static_cast<std::uint32_t>(m_records.Size());
     const std::uint32_t writtenCount = node.HasUnmadeChildren() ? node.ListCount() : node.WrittenChildCount();
     const bool isWhole = !IsElement(record) || writtenCount == node.ListCount();
-    if (isWritten && isWhole && !state && MapUnedited(record)) {
-        m_records.Keep(node.m_offset, node.m_offset + static_cast<std::uint32_t>(GetRecordSize(record)));
+    const std::uint32_t keptSize = isWritten && isWhole && !state ? MapUnedited(record) : 0;
+    if (keptSize > 0) {
+        m_records.Keep(node.m_offset, node.m_offset + keptSize);
     } else {
         const std::size_t begin = m_records.Made().Size();
         EmitRecord(record, state);
@@ -101,54 +158,9 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
     m_placed.Append({&node, place});
     if (node.HasUnmadeChildren()) {
         const CBinNode::Slice slice = node.ChildRecords();
-        EmitSlice(slice.begin, slice.end);
+        m_document.Tree().copied ? EmitCopies(slice.begin, slice.end) : EmitSlice(slice.begin, slice.end);
     }
     if (m_records.Size() > CRecordTree::kMostBytes) throw std::bad_alloc();
-}
-
-// Records of which no nodes were ever made.
-void CRebuild::EmitSlice(std::uint32_t begin, std::uint32_t end) {
-    const bool isCopied = m_document.Tree().copied != nullptr;
-    std::uint32_t kept = begin;  // from here on, all but their words
-    for (std::uint32_t offset = begin; offset != end;) {
-        const unsigned char* record = m_document.Block() + offset;
-        const std::uint32_t next = offset + static_cast<std::uint32_t>(GetRecordSize(record));
-        if (isCopied || !MapUnedited(record)) {
-            m_records.Keep(kept, offset);
-            kept = next;
-            const std::size_t made = m_records.Made().Size();
-            isCopied&& IsElement(record) ? EmitCopied(record) : EmitRecord(record, nullptr);
-            m_records.Take(made, isCopied ? CNewRecords::kNothing : offset);
-        }
-        offset = next;
-    }
-    m_records.Keep(kept, end);
-}
-
-// Gives the words of a record their new numbers, in the order in which EmitRecord does without a state. False, with
-// nothing done, when that would change more than the numbers.
-bool CRebuild::MapUnedited(const unsigned char* record) {
-    const std::uint32_t word = ReadU32(record + kWordOffset);
-    if (*record != kElement) {
-        m_map.Map(word);
-        return true;
-    }
-    const std::uint32_t attrCount = AttrCountOf(record);
-    if (attrCount == 0) {
-        m_map.MapUnlessEmpty(word);
-        m_map.MapUnlessEmpty(ReadU32(record + kOwnValueOffset));
-        return true;
-    }
-    if (!IsInOrder(record)) return false;
-    const unsigned char* const entries = AttrEntryOf(record, 0);
-    const unsigned char* const end = AttrEntryOf(record, attrCount);
-    for (const unsigned char* entry = entries; entry != end; entry += kAttrEntryBytes) {
-        if (!IsNameFolded(ReadU32(entry))) return false;
-    }
-    m_map.Map(word);
-    m_map.MapUnlessEmpty(ReadU32(record + kOwnValueOffset));
-    for (const unsigned char* entry = entries; entry != end; entry += sizeof(std::uint32_t)) m_map.Map(ReadU32(entry));
-    return true;
 }
 
 void CRebuild::EmitRecord(const unsigned char* record, const CNodeState* state) {

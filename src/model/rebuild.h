@@ -41,7 +41,8 @@ private:
     void MakeNodesWithoutRecord();
     void EmitNode(CBinNode& node, bool isWritten);
     void EmitSlice(std::uint32_t begin, std::uint32_t end);
-    bool MapUnedited(const unsigned char* record);
+    void EmitCopies(std::uint32_t begin, std::uint32_t end);
+    std::uint32_t MapUnedited(const unsigned char* record);
     void EmitRecord(const unsigned char* record, const CNodeState* state);
     void EmitElement(const unsigned char* record, const CNodeState* state);
     void EmitCopied(const unsigned char* element);

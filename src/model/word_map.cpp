@@ -18,7 +18,7 @@ constexpr std::size_t kFewestSlots = 16;
 
 CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to) {
     const std::size_t wordCount = from.GetWordCount();
-    const std::size_t slotCount = std::bit_ceil(std::max(wordCount * 2, kFewestSlots));
+    const std::size_t slotCount = std::bit_ceil(std::max(wordCount + wordCount / 2, kFewestSlots));
     m_wordMask = static_cast<std::uint32_t>((std::uint64_t{1} << std::bit_width(wordCount)) - 1);
     m_to.ShareBlockOf(from);
     m_map.Reserve(wordCount);
