@@ -1,7 +1,6 @@
 #include "model/layout.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "platform/file.h"
 
@@ -21,18 +20,14 @@ void WriteTextRecord(unsigned char* record, unsigned char type, std::uint32_t te
 bool WriteDictionary(COutputFile& file, const CWordDict& words) {
     const std::uint32_t wordCount = words.GetWordCount();
     file.Write(&wordCount, sizeof(wordCount));
-    bool mayCopy = true;
-    for (std::uint32_t i = 0; i < wordCount; ++i) {
-        while (mayCopy) {
-            const std::optional<std::size_t> size = words.CopyEntries(i, file.Room(), COutputFile::kRoomBytes);
-            mayCopy = size.has_value();
-            if (!mayCopy || *size == 0) break;
-            file.Advance(*size);
-        }
-        const TextView word = words.GetWordView(i);
-        const std::uint32_t length = static_cast<std::uint32_t>(word.size() * sizeof(WCHAR));
+    for (std::uint32_t word = 0; word < wordCount;) {
+        file.Advance(words.CopyEntries(word, file.Room(), COutputFile::kRoomBytes));
+        if (word == wordCount) break;
+        // Perhaps too long for the room.
+        const TextView text = words.GetWordView(word++);
+        const std::uint32_t length = static_cast<std::uint32_t>(text.size() * sizeof(WCHAR));
         file.Write(&length, sizeof(length));
-        file.Write(word.data(), length);
+        file.Write(text.data(), length);
     }
     return true;
 }

@@ -260,15 +260,43 @@ void CWordDict::AppendOddWord(const unsigned char* bytes, std::size_t length) {
     AppendWord(m_scratch);
 }
 
-std::optional<std::size_t> CWordDict::CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const {
+std::size_t CWordDict::CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const {
+    unsigned char* place = target;
+    unsigned char* const end = target + size;
     const Run* run = std::upper_bound(m_runs.begin(), m_runs.end(), first,
                                       [](std::uint32_t word, const Run& other) { return word < other.first; });
-    if (run == m_runs.begin() || first + 1 >= run[-1].first + run[-1].count) return 0;
-    --run;
-    // A word ends where the entry of the next one begins, so the last one's end is not known.
+    if (run != m_runs.begin()) --run;
+    while (first < GetWordCount()) {
+        while (run != m_runs.end() && run->first + run->count <= first) ++run;
+        std::uint32_t until = run == m_runs.end() ? GetWordCount() : run->first;
+        if (until <= first) {
+            const std::uint32_t count = CountFitting(first, run->first + run->count, end - place);
+            const std::size_t copied = CopySideBySide(first, count, place);
+            place += copied;
+            if (copied > 0) first += count;
+            until = first + (copied > 0 || count == 0 ? 1 : count);
+        }
+        for (; first < until; ++first) {
+            const std::size_t copied = CopyEntry(first, place, end - place);
+            if (copied == 0) return static_cast<std::size_t>(place - target);
+            place += copied;
+        }
+    }
+    return static_cast<std::size_t>(place - target);
+}
+
+// How many words of a run, from `first` on, are certain to fit. A word ends where the entry of the next one begins, so
+// the last one's end is not known.
+std::uint32_t CWordDict::CountFitting(std::uint32_t first, std::uint32_t runEnd, std::ptrdiff_t size) const {
     const std::uint32_t* begin = &m_offsets[first];
-    const std::uint32_t* end = &m_offsets[run->first + run->count - 1];
-    end = std::upper_bound(begin, end + 1, *begin + size / sizeof(WCHAR)) - 1;
+    const std::uint64_t mostUnits = *begin + static_cast<std::size_t>(size) / sizeof(WCHAR);
+    return static_cast<std::uint32_t>(std::upper_bound(begin, m_offsets.begin() + runEnd, mostUnits) - begin - 1);
+}
+
+// Words of a run. 0 when some text has a zero in the file, where it ends: then each must be looked at.
+std::size_t CWordDict::CopySideBySide(std::uint32_t first, std::uint32_t count, unsigned char* target) const {
+    const std::uint32_t* begin = &m_offsets[first];
+    const std::uint32_t* end = begin + count;
     const std::size_t byteCount = (*end - *begin) * sizeof(WCHAR);
     std::memcpy(target, m_blockUnits + *begin - kLengthUnits, byteCount);
     std::size_t zeroCount = 0;  // of the units, when there are no other ones than in the length fields
@@ -277,9 +305,19 @@ std::optional<std::size_t> CWordDict::CopyEntries(std::uint32_t& first, unsigned
         std::memcpy(target + (*word - *begin) * sizeof(WCHAR), &length, sizeof(length));
         zeroCount += std::size_t{(length & 0xFFFF) == 0} + std::size_t{length >> 16 == 0};
     }
-    if (CountZeroUnits(reinterpret_cast<const WCHAR*>(target), byteCount / sizeof(WCHAR)) != zeroCount) return {};
-    first += static_cast<std::uint32_t>(end - begin);
-    return byteCount;
+    return CountZeroUnits(reinterpret_cast<const WCHAR*>(target), byteCount / sizeof(WCHAR)) == zeroCount ? byteCount
+                                                                                                          : 0;
+}
+
+// 0 when it does not fit.
+inline std::size_t CWordDict::CopyEntry(std::uint32_t word, unsigned char* target, std::ptrdiff_t size) const {
+    const TextView text = GetWordView(word);
+    const std::size_t byteCount = text.size() * sizeof(WCHAR);
+    if (kWordLengthBytes + byteCount > static_cast<std::size_t>(size)) return 0;
+    const std::uint32_t length = static_cast<std::uint32_t>(byteCount);
+    std::memcpy(target, &length, sizeof(length));
+    std::memcpy(target + kWordLengthBytes, text.data(), byteCount);
+    return kWordLengthBytes + byteCount;
 }
 
 bool CWordDict::HasSameBytes(const CWordDict& other) const {

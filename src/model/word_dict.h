@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "model/grow_array.h"
@@ -89,11 +88,9 @@ public:
     /// After TakeBlock: the offset behind the last word that stays in the block.
     std::size_t BlockEnd() const { return (m_lastEnd + 1) * sizeof(WCHAR); }
 
-    /// Puts dictionary entries as the file has them, from that of the word `first` on, into `target`: as many as lie
-    /// side by side in the block and fit into `size` bytes. Gives the bytes that they take, perhaps none, and moves
-    /// `first` on. Nothing when some text has a zero in the file, where it ends: then all words must be asked for one
-    /// by one.
-    std::optional<std::size_t> CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const;
+    /// Puts dictionary entries as the file has them, from that of the word `first` on, into `target`: as many as fit
+    /// into `size` bytes. Gives the bytes that they take, perhaps none, and moves `first` on.
+    std::size_t CopyEntries(std::uint32_t& first, unsigned char* target, std::size_t size) const;
 
 private:
     // A slot of the index. An open-addressing table of these, half empty at least, finds a text's word.
@@ -121,6 +118,9 @@ private:
         const std::uint32_t offset = m_offsets[index];
         return (offset & kArenaMark ? m_arena.Data() : m_blockUnits) + (offset & ~kArenaMark);
     }
+    std::uint32_t CountFitting(std::uint32_t first, std::uint32_t runEnd, std::ptrdiff_t size) const;
+    std::size_t CopySideBySide(std::uint32_t first, std::uint32_t count, unsigned char* target) const;
+    std::size_t CopyEntry(std::uint32_t word, unsigned char* target, std::ptrdiff_t size) const;
     TextView SlotText(std::uint32_t value) const;
     std::uint32_t* Find(TextView text, std::uint32_t hash);
     std::uint32_t Resolve(std::uint32_t value) const;
