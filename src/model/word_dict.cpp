@@ -15,18 +15,7 @@ namespace {
 
 constexpr std::size_t kFirstSlotCount = 32;
 
-// In front of a word: in the arena its length in units, in the block what is left of a length field.
-constexpr std::size_t kLengthUnits = 2;
-
 }  // namespace
-
-TextView CWordDict::GetWordView(std::uint32_t index) const {
-    const WCHAR* text = TextAt(index);
-    if ((m_offsets[index] & kArenaMark) == 0) return ViewOf(text);
-    std::uint32_t length;
-    std::memcpy(&length, text - kLengthUnits, sizeof(length));
-    return TextView(text, length);
-}
 
 std::uint32_t CWordDict::AppendWord(TextView text) {
     text = text.substr(0, text.find(WCHAR(0)));
@@ -73,6 +62,7 @@ void CWordDict::ShareBlockOf(const CWordDict& other) {
     m_block = other.m_block;
     m_blockUnits = other.m_blockUnits;
     m_blockByteCount = other.m_blockByteCount;
+    m_isMeasured = true;
     m_offsets.Reserve(other.GetWordCount());
 }
 
@@ -293,20 +283,20 @@ std::uint32_t CWordDict::CountFitting(std::uint32_t first, std::uint32_t runEnd,
     return static_cast<std::uint32_t>(std::upper_bound(begin, m_offsets.begin() + runEnd, mostUnits) - begin - 1);
 }
 
-// Words of a run. 0 when some text has a zero in the file, where it ends: then each must be looked at.
+// Words of a run. 0 when some text ends before its entry does, at a zero in the file: then each must be looked at.
 std::size_t CWordDict::CopySideBySide(std::uint32_t first, std::uint32_t count, unsigned char* target) const {
     const std::uint32_t* begin = &m_offsets[first];
     const std::uint32_t* end = begin + count;
     const std::size_t byteCount = (*end - *begin) * sizeof(WCHAR);
     std::memcpy(target, m_blockUnits + *begin - kLengthUnits, byteCount);
-    std::size_t zeroCount = 0;  // of the units, when there are no other ones than in the length fields
+    std::size_t zeroCount = 0;  // of the units, when all texts reach as far as their entries
     for (const std::uint32_t* word = begin; word != end; ++word) {
         const std::uint32_t length = static_cast<std::uint32_t>((word[1] - word[0] - kLengthUnits) * sizeof(WCHAR));
         std::memcpy(target + (*word - *begin) * sizeof(WCHAR), &length, sizeof(length));
         zeroCount += std::size_t{(length & 0xFFFF) == 0} + std::size_t{length >> 16 == 0};
     }
-    return CountZeroUnits(reinterpret_cast<const WCHAR*>(target), byteCount / sizeof(WCHAR)) == zeroCount ? byteCount
-                                                                                                          : 0;
+    const WCHAR* units = reinterpret_cast<const WCHAR*>(target);
+    return m_isMeasured || CountZeroUnits(units, byteCount / sizeof(WCHAR)) == zeroCount ? byteCount : 0;
 }
 
 // 0 when it does not fit.

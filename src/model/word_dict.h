@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -75,7 +76,13 @@ public:
     }
 
     /// The word with its length; `index` must be below the count.
-    TextView GetWordView(std::uint32_t index) const;
+    TextView GetWordView(std::uint32_t index) const {
+        const WCHAR* text = TextAt(index);
+        if ((m_offsets[index] & kArenaMark) == 0) return TextView(text, TextLength(text));
+        std::uint32_t length;
+        std::memcpy(&length, text - kLengthUnits, sizeof(length));
+        return TextView(text, length);
+    }
 
     /// Replaces all words by those of a document's dictionary block, which lies at the start of `block`: `byteCount`
     /// bytes of a document, then kBlockSpareBytes more to write in. The words are terminated where they lie. Gives the
@@ -113,6 +120,8 @@ private:
     static constexpr std::uint32_t kAliasMark = 0x80000000;
     static constexpr std::uint32_t kArenaMark = 0x80000000;  // of an offset
     static constexpr std::uint32_t kShortRun = 64;           // words; not worth remembering
+    // In front of a word: in the arena its length in units, in the block what is left of a length field.
+    static constexpr std::size_t kLengthUnits = 2;
 
     const WCHAR* TextAt(std::uint32_t index) const {
         const std::uint32_t offset = m_offsets[index];
@@ -135,6 +144,7 @@ private:
     SharedBytes m_block;                  // keeps m_blockUnits alive
     const WCHAR* m_blockUnits = nullptr;  // the block, seen as code units
     std::size_t m_blockByteCount = 0;
+    bool m_isMeasured = false;  // of words in the block the texts' lengths are known, not only what the entries say
     std::uint64_t m_sharedUnits = 0;      // of the block, by the words of a rebuild
     CGrowArray<Run> m_runs;               // all that are not short, in the order of their words
     std::size_t m_lastEnd = 0;            // in the block: behind the word that was appended last
