@@ -66,17 +66,8 @@ void CWordDict::ShareBlockOf(const CWordDict& other) {
     m_offsets.Reserve(other.GetWordCount());
 }
 
-std::uint32_t CWordDict::AppendWordOf(const CWordDict& other, std::uint32_t index, std::size_t length) {
-    const std::uint32_t offset = other.m_offsets[index];
-    if (offset & kArenaMark) return AppendWord(TextView(other.TextAt(index), length));
-    if (GetWordCount() >= kAliasMark) throw std::bad_alloc();
-    AppendBlockWord(offset, offset + length);
-    m_sharedUnits += kLengthUnits + length + 1;
-    return GetWordCount() - 1;
-}
-
 // A word in the block between these offsets, in code units.
-void CWordDict::AppendBlockWord(std::size_t start, std::size_t end) {
+inline void CWordDict::AppendBlockWord(std::size_t start, std::size_t end) {
     m_offsets.MakeRoom(1);  // before the run counts it
     const std::uint32_t index = GetWordCount();
     Run* last = m_runs.IsEmpty() ? nullptr : &m_runs.Back();
@@ -89,6 +80,15 @@ void CWordDict::AppendBlockWord(std::size_t start, std::size_t end) {
     }
     m_lastEnd = end;
     m_offsets.Append(static_cast<std::uint32_t>(start));
+}
+
+std::uint32_t CWordDict::AppendWordOf(const CWordDict& other, std::uint32_t index, std::size_t length) {
+    const std::uint32_t offset = other.m_offsets[index];
+    if (offset & kArenaMark) return AppendWord(TextView(other.TextAt(index), length));
+    if (GetWordCount() >= kAliasMark) throw std::bad_alloc();
+    AppendBlockWord(offset, offset + length);
+    m_sharedUnits += kLengthUnits + length + 1;
+    return GetWordCount() - 1;
 }
 
 void CWordDict::FinishRebuild(bool isBlockKept) {
