@@ -154,8 +154,8 @@ void CBinNode::GetParent(IBinNode** out) {
 }
 
 void CBinNode::GetChild(std::int32_t index, IBinNode** out) {
-    const unsigned char* record =
-        out && m_links != 0 && (m_links & links::kKindMask) == links::kRun ? PlainRecord() : nullptr;
+    const bool isRun = m_links != 0 && (m_links & links::kKindMask) == links::kRun;
+    const unsigned char* record = out && isRun ? PlainRecord() : nullptr;
     if (!record || static_cast<std::uint32_t>(index) >= ChildCountOf(record)) {
         GetChildSlowly(index, out);
         return;
@@ -167,15 +167,18 @@ void CBinNode::GetChild(std::int32_t index, IBinNode** out) {
 
 void CBinNode::GetChildSlowly(std::int32_t index, IBinNode** out) {
     if (!out) return;
+    const unsigned char* record = PlainRecord();
+    if (record && m_links != 0 && static_cast<std::uint32_t>(index) < ChildCountOf(record)) {
+        CBinNode* child = MakeRun(Slab()->document) ? links::Pointer<CBinNode>(m_links) + index : nullptr;
+        if (child) child->TakeReference();
+        *out = child;
+        return;
+    }
     const Look look = LookUp();
     if (look.document && !IsElement(look.record)) return;
     *out = nullptr;
     if (!look.document || index < 0 || static_cast<std::uint32_t>(index) >= ListCount()) return;
-    try {
-        MakeChildren();
-    } catch (const std::bad_alloc&) {
-        return;
-    }
+    if (HasUnmadeChildren() && !MakeRun(look.document)) return;
     const std::uintptr_t word = Links();
     CBinNode* child = (word & links::kKindMask) == links::kList
                           ? links::Pointer<CChildList>(word)->At(static_cast<std::uint32_t>(index))
@@ -211,40 +214,56 @@ CBinNode::Slice CBinNode::ChildRecords() const {
 }
 
 void CBinNode::MakeChildren() {
-    if (!HasUnmadeChildren()) return;
-    CBinaryDocument* document = Document();
-    const CRecordTree& tree = document->Tree();
-    const unsigned char* bytes = tree.bytes.get();
-    const std::uint32_t count = ChildCountOf(bytes + m_offset);
-    const CNodeRun run = document->Pool().CutRun(count);
+    if (HasUnmadeChildren() && !MakeRun(Document())) throw std::bad_alloc();
+}
 
-    std::uint32_t offset = m_offset + static_cast<std::uint32_t>(GetRecordSize(bytes + m_offset));
-    std::uint32_t span = tree.SpanInside(m_offset, links::SpanOf(Links()));
+// False without memory.
+bool CBinNode::MakeRun(CBinaryDocument* document) {
+    const CRecordTree& tree = document->Tree();
+    const unsigned char* const bytes = tree.bytes.get();
+    const unsigned char* record = bytes + m_offset;
+    const unsigned char* const end = bytes + tree.end;
+    std::uintptr_t& links = Links();
+    std::uint32_t span = tree.SpanInside(m_offset, links::SpanOf(links));
+    const std::uint32_t count = ChildCountOf(record);
+    const CNodeRun run = document->Pool().CutRun(count);
+    if (!run.first) return false;
+    record += GetRecordSize(record);
     for (std::uint32_t i = 0; i < count; ++i) {
         CBinNode* child = run.Make(i);
         child->m_parent = this;
         child->m_slot = i;
-        if (offset == tree.end) continue;  // a record of unknown type stood here
-        child->m_offset = offset;
-        const unsigned char* record = bytes + offset;
-        if (IsElement(record) && ChildCountOf(record) > 0) {
-            child->m_links = links::Unmade(span);
-            offset = tree.SkipSubtree(offset, span);
+        if (record == end) continue;  // a record of unknown type stood here
+        child->m_offset = static_cast<std::uint32_t>(record - bytes);
+        if (*record != kElement) {
+            record += kTextBytes;
+            continue;
+        }
+        const unsigned char* const behind = AttrEntryOf(record, AttrCountOf(record));
+        const std::uint32_t childCount = ChildCountOf(record);
+        if (childCount > 0) child->m_links = links::Unmade(span);
+        if (childCount == 0) {
+            record = behind;
+        } else if (childCount == 1 && behind != end && *behind != kElement) {
+            record = behind + kTextBytes;
         } else {
-            offset += static_cast<std::uint32_t>(GetRecordSize(record));
+            record = bytes + tree.SkipSubtree(child->m_offset, span);
         }
     }
-    if (tree.copied) MakeCopies(run, count);
-    Links() = links::Tagged(run.first, links::kRun);
+    if (tree.copied && !MakeCopies(run, count)) return false;
+    links = links::Tagged(run.first, links::kRun);
+    return true;
 }
 
-void CBinNode::MakeCopies(const CNodeRun& run, std::uint32_t count) {
+// False without memory.
+bool CBinNode::MakeCopies(const CNodeRun& run, std::uint32_t count) {
     CBinaryDocument* document = Document();
     try {
         for (std::uint32_t i = 0; i < count; ++i) run.first[i].BecomeCopy(*document->Tree().copied);
-    } catch (...) {
+        return true;
+    } catch (const std::bad_alloc&) {
         for (std::uint32_t i = 0; i < count; ++i) document->DestroyNode(&run.first[i]);
-        throw;
+        return false;
     }
 }
 

@@ -146,7 +146,8 @@ private:
     const WCHAR* GetEditedValue();
     void GetChildSlowly(std::int32_t index, IBinNode** out);
     void TakeReference();
-    void MakeCopies(const CNodeRun& run, std::uint32_t count);
+    bool MakeRun(CBinaryDocument* document);
+    bool MakeCopies(const CNodeRun& run, std::uint32_t count);
     ULONG ReleaseSlowly();
     void BecomeGuest();
     CNodeState& NeedState();

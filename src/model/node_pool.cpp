@@ -34,14 +34,18 @@ CNodeSlab* CNodePool::AddSlab(std::uint32_t capacity) {
     Sweep();
     const std::uint64_t byteCount = sizeof(CNodeSlab) + std::uint64_t{capacity} * sizeof(CBinNode);
     void* memory = byteCount <= kMostSlabBytes ? std::malloc(static_cast<std::size_t>(byteCount)) : nullptr;
-    if (!memory) throw std::bad_alloc();
+    if (!memory) return nullptr;
     m_slabs = new (memory) CNodeSlab{m_document, m_slabs, capacity, 0, 0, 0, m_generation, 0, 1};
     if (m_nextCapacity < kLastCapacity) m_nextCapacity *= 2;
     return m_slabs;
 }
 
 CBinNode* CNodePool::Allocate() {
-    if (!m_freeCells) return CutRun(1).Make(0);
+    if (!m_freeCells) {
+        const CNodeRun run = CutRun(1);
+        if (!run.first) throw std::bad_alloc();
+        return run.Make(0);
+    }
     CBinNode* cell = m_freeCells;
     m_freeCells = cell->m_parent;
     return new (static_cast<void*>(cell)) CBinNode(cell->m_place);
@@ -53,6 +57,7 @@ CNodeRun CNodePool::CutRun(std::uint32_t count) {
         // A large run has a slab of its own, and the current one goes on.
         const bool isLargeRun = count > m_nextCapacity / 2;
         slab = AddSlab(isLargeRun ? count : m_nextCapacity);
+        if (!slab) return {};
         if (!isLargeRun) m_current = slab;
     }
     CBinNode* first = slab->Cell(slab->used);

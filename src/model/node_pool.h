@@ -43,8 +43,8 @@ struct CNodeSlab {
 
 /// Cells side by side that are not nodes yet.
 struct CNodeRun {
-    CBinNode* first;
-    std::uint32_t place;  // of the first cell
+    CBinNode* first = nullptr;
+    std::uint32_t place = 0;  // of the first cell
 
     /// Makes the cell at `index` a bare node.
     CBinNode* Make(std::uint32_t index) const {
@@ -62,7 +62,7 @@ public:
 
     /// A new bare node. Throws std::bad_alloc.
     CBinNode* Allocate();
-    /// `count` cells, of which the caller makes nodes. Throws std::bad_alloc.
+    /// `count` cells, of which the caller makes nodes; none without memory.
     CNodeRun CutRun(std::uint32_t count);
     /// Takes back a node without state that nobody keeps.
     static void Free(CBinNode* node);
