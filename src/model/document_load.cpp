@@ -10,6 +10,7 @@
 #include "model/node_access.h"
 #include "platform/dialog.h"
 #include "platform/file.h"
+#include "platform/memory.h"
 
 namespace {
 
@@ -102,6 +103,7 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
 
         CWordDict words;
         tree.MakeBlock(byteCount);
+        MakePages(tree.bytes.get(), byteCount);
         std::memcpy(tree.bytes.get(), bytes, byteCount);
         words.TakeBlock(tree.bytes, byteCount, byteLimit);
         tree.roomBegin = static_cast<std::uint32_t>(words.BlockEnd());

@@ -10,6 +10,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "platform/memory.h"
+
 template <class T>
 class CGrowArray {
     static_assert(std::is_trivially_copyable_v<T>);
@@ -45,9 +47,11 @@ public:
     void Clear() { m_size = 0; }
     void Truncate(std::size_t size) { m_size = size; }
 
-    /// Makes room for `capacity` elements in all, exactly.
+    /// Makes room for `capacity` elements in all, exactly, of which most will come.
     void Reserve(std::size_t capacity) {
-        if (capacity > m_capacity) Reallocate(capacity);
+        if (capacity <= m_capacity) return;
+        Reallocate(capacity);
+        MakePages(m_data + m_size, (capacity - m_size) * sizeof(T));
     }
 
     /// Makes room for `count` more elements; the next ones then cannot fail.

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "model/layout.h"
+#include "platform/memory.h"
 
 namespace {
 
@@ -134,6 +135,7 @@ CRecordTree CNewRecords::WriteAnew(const CWordMap& map) {
     const std::size_t size = static_cast<std::size_t>(m_size);
     if (m_hasKept) {
         tree.MakeBlock(size);
+        MakePages(tree.bytes.get(), size);
         for (const Piece& piece : m_pieces) {
             unsigned char* const place = tree.bytes.get() + piece.place;
             if (piece.isKept) {

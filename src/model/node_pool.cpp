@@ -6,6 +6,7 @@
 #include <new>
 
 #include "model/node_access.h"
+#include "platform/memory.h"
 
 static_assert(sizeof(CNodeSlab) % alignof(CBinNode) == 0);
 
@@ -35,6 +36,7 @@ CNodeSlab* CNodePool::AddSlab(std::uint32_t capacity) {
     const std::uint64_t byteCount = sizeof(CNodeSlab) + std::uint64_t{capacity} * sizeof(CBinNode);
     void* memory = byteCount <= kMostSlabBytes ? std::malloc(static_cast<std::size_t>(byteCount)) : nullptr;
     if (!memory) return nullptr;
+    MakePages(memory, static_cast<std::size_t>(byteCount));
     m_slabs = new (memory) CNodeSlab{m_document, m_slabs, capacity, 0, 0, 0, m_generation, 0, 1};
     if (m_nextCapacity < kLastCapacity) m_nextCapacity *= 2;
     return m_slabs;

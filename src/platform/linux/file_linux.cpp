@@ -7,8 +7,12 @@
 
 #include "platform/file.h"
 #include "platform/linux/path.h"
+#include "platform/memory.h"
 
 namespace {
+
+// What is read fills memory whose pages are made just before.
+constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 
 // The system moves at most about 2 GiB in one call.
 constexpr std::size_t kMostBytesPerCall = std::size_t{1} << 30;
@@ -50,10 +54,12 @@ std::int64_t CInputFile::Size() const {
 
 std::int64_t CInputFile::Read(void* buffer, std::size_t size) {
     if (m_handle == -1) return -1;
+    unsigned char* const bytes = static_cast<unsigned char*>(buffer);
     std::size_t done = 0;
     while (done < size) {
-        const std::size_t wanted = size - done < kMostBytesPerCall ? size - done : kMostBytesPerCall;
-        const ssize_t got = read(static_cast<int>(m_handle), static_cast<unsigned char*>(buffer) + done, wanted);
+        const std::size_t wanted = size - done < kPieceBytes ? size - done : kPieceBytes;
+        MakePages(bytes + done, wanted);
+        const ssize_t got = read(static_cast<int>(m_handle), bytes + done, wanted);
         if (got == 0) break;
         if (got < 0) {
             if (errno == EINTR) continue;

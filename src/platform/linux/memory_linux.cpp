@@ -1,0 +1,14 @@
+#include <sys/mman.h>
+
+#include <cstdint>
+
+#include "platform/memory.h"
+
+void MakePages(void* memory, std::size_t size) {
+    constexpr std::uintptr_t kPageBytes = 4096;  // or a part of one: then the system refuses, and nothing is lost
+    constexpr std::size_t kFewestBytes = 16 * kPageBytes;
+    if (size < kFewestBytes) return;
+    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(memory) + kPageBytes - 1) & ~(kPageBytes - 1);
+    const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(memory) + size) & ~(kPageBytes - 1);
+    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+}
