@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "model/document.h"
+#include "model/incoming_bytes.h"
 #include "model/layout.h"
 #include "model/node_access.h"
 #include "platform/dialog.h"
@@ -17,9 +18,6 @@ namespace {
 // Record offsets are 32 bits wide, and a block must leave room for what goes with it; no larger file is read into
 // memory.
 constexpr std::int64_t kMostFileBytes = std::min<std::int64_t>(0xFFFFFF00, PTRDIFF_MAX - 0xFFF);
-
-// For ScanRecords, of a buffer whose length the caller does not tell.
-constexpr std::uint64_t kUnknownByteCount = static_cast<std::uint64_t>(-1);
 
 constexpr WCHAR kUnknownRecordText[] = WTEXT("解析文档节点出现异常！");
 // A file may promise a hundred million children and have none; where a debugger could listen, each telling costs a
@@ -85,10 +83,14 @@ bool CBinaryDocument::ReadFile(const WCHAR* path, CWordDict& words, CRecordTree&
     if (size == 0 || size > kMostFileBytes) return false;
     const std::size_t byteCount = static_cast<std::size_t>(size);
     tree.MakeBlock(byteCount);
-    if (file.Read(tree.bytes.get(), byteCount) != size) return false;
-    const std::size_t recordsOffset = words.TakeBlock(tree.bytes, byteCount, static_cast<std::uint64_t>(size));
+    CIncomingBytes incoming(file, tree.bytes.get(), byteCount);
+    const std::size_t recordsOffset = words.TakeBlock(tree.bytes, incoming, static_cast<std::uint64_t>(size));
     tree.roomBegin = static_cast<std::uint32_t>(words.BlockEnd());
-    return recordsOffset > 0 && ScanRecords(tree.bytes.get(), recordsOffset, byteCount, tree);
+    const bool isWhole = recordsOffset > 0 && ScanRecords(tree.bytes.get(), recordsOffset, incoming, tree);
+    incoming.Bring(incoming.Size());
+    if (!incoming.HasFailed()) return isWhole;
+    words.Clear();
+    return false;
 }
 
 bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
@@ -98,14 +100,16 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
         const std::uint64_t byteLimit = static_cast<std::uint64_t>(m_fileSize);
         const DictionaryExtent extent = MeasureDictionary(bytes, byteLimit);
         CRecordTree tree;
-        const bool isWhole = extent.isWhole && ScanRecords(bytes, extent.end, kUnknownByteCount, tree);
+        CIncomingBytes endless(CRecordTree::kMostBytes);  // nobody tells how long it is
+        const bool isWhole = extent.isWhole && ScanRecords(bytes, extent.end, endless, tree);
         const std::size_t byteCount = std::max<std::size_t>(extent.bytes, tree.end);
 
         CWordDict words;
         tree.MakeBlock(byteCount);
         MakePages(tree.bytes.get(), byteCount);
         std::memcpy(tree.bytes.get(), bytes, byteCount);
-        words.TakeBlock(tree.bytes, byteCount, byteLimit);
+        CIncomingBytes all(byteCount);
+        words.TakeBlock(tree.bytes, all, byteLimit);
         tree.roomBegin = static_cast<std::uint32_t>(words.BlockEnd());
         if (!isWhole) {
             ReplaceWords(std::move(words));

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "model/incoming_bytes.h"
 #include "model/layout.h"
 #include "platform/memory.h"
 
@@ -150,6 +151,7 @@ CRecordTree CNewRecords::WriteAnew(const CWordMap& map) {
         tree.bytes = SharedBytes(m_made.Release(), std::free);
         tree.roomEnd = static_cast<std::uint32_t>(size);
     }
-    if (size > 0 && !ScanRecords(tree.bytes.get(), 0, size, tree)) throw std::bad_alloc();
+    CIncomingBytes all(size);
+    if (size > 0 && !ScanRecords(tree.bytes.get(), 0, all, tree)) throw std::bad_alloc();
     return tree;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "model/incoming_bytes.h"
 #include "model/layout.h"
 
 namespace {
@@ -33,19 +34,22 @@ void NoteShortElements(const unsigned char* bytes, const CGrowArray<OpenElement>
 
 }  // namespace
 
-bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t byteCount, CRecordTree& tree) {
+bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, CIncomingBytes& incoming, CRecordTree& tree) {
     tree.spans.Clear();
     tree.shortElements.Clear();
     tree.unknownCount = 0;
-    byteCount = std::min<std::uint64_t>(byteCount, CRecordTree::kMostBytes);
+    const std::uint64_t byteCount = incoming.Size();
+    std::uint64_t arrived = incoming.Arrived();
+    if (begin > byteCount) return false;
 
     CGrowArray<OpenElement> open;
     std::uint64_t cursor = begin;
     std::uint32_t remaining = 0;  // of the innermost open element, whose own count is out of date
     std::uint64_t pending = 0;    // children promised and not begun yet, over all open elements
     while (true) {
-        if (cursor >= byteCount) return false;
-        const std::uint64_t rest = byteCount - cursor;
+        std::uint64_t rest = arrived - cursor;
+        if (rest < kElementBytes) rest = (arrived = incoming.Bring(cursor + kElementBytes)) - cursor;
+        if (rest == 0) return false;
         const unsigned char* record = bytes + cursor;
         if (IsText(record)) {
             if (rest < kTextBytes) return false;
@@ -53,12 +57,12 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t 
         } else if (IsElement(record)) {
             if (rest < kElementBytes) return false;
             const std::uint64_t size = GetRecordSize(record);
-            if (rest < size) return false;
+            if (rest < size && (arrived = incoming.Bring(cursor + size)) - cursor < size) return false;
             const std::uint32_t childCount = ChildCountOf(record);
             const std::uint32_t offset = static_cast<std::uint32_t>(cursor);
             cursor += size;
             if (childCount > 0 && pending + childCount > byteCount - cursor) return false;
-            if (childCount == 1 && byteCount - cursor >= kTextBytes && IsText(bytes + cursor)) {
+            if (childCount == 1 && arrived - cursor >= kTextBytes && IsText(bytes + cursor)) {
                 cursor += kTextBytes;  // the most common shape of all, and nothing to remember
             } else if (childCount > 0) {
                 pending += childCount;

@@ -78,7 +78,8 @@ private:
     std::uint32_t SkipSmallSubtree(std::uint32_t offset) const;
 };
 
-/// Checks the records of one tree that starts at `begin`, in bytes that end at `byteCount`, and fills in everything but
-/// tree.bytes. False when a record runs past the end or an element claims more children than the bytes that remain can
-/// hold. A root of unknown type gives an empty tree. Time and memory are linear in the bytes of the tree.
-bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, std::uint64_t byteCount, CRecordTree& tree);
+/// Checks the records of one tree that starts at `begin`, in at most CRecordTree::kMostBytes that come in there, and
+/// fills in everything but tree.bytes and the room. False when a record runs past the end or an element claims more children than the bytes
+/// that remain can hold. A root of unknown type gives an empty tree. Time and memory are linear in the bytes of the
+/// tree.
+bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, CIncomingBytes& incoming, CRecordTree& tree);

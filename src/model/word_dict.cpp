@@ -5,6 +5,7 @@
 #include <cstring>
 #include <random>
 
+#include "model/incoming_bytes.h"
 #include "model/layout.h"
 #include "model/text_hash.h"
 #include "platform/unit_mask.h"
@@ -202,34 +203,34 @@ void CWordDict::Rehash(std::size_t slotCount, std::uint64_t seed) {
     m_seed = seed;
 }
 
-std::size_t CWordDict::TakeBlock(const SharedBytes& block, std::size_t byteCount, std::uint64_t byteLimit) {
+std::size_t CWordDict::TakeBlock(const SharedBytes& block, CIncomingBytes& incoming, std::uint64_t byteLimit) {
     Clear();
     m_block = block;
     unsigned char* bytes = block.get();
     m_blockUnits = reinterpret_cast<const WCHAR*>(bytes);
-    m_blockByteCount = byteCount;
-    if (byteCount < kWordCountBytes) return 0;
+    m_blockByteCount = static_cast<std::size_t>(incoming.Size());
+    if (incoming.Bring(kWordCountBytes) < kWordCountBytes) return 0;
     const std::uint32_t wordCount = ReadU32(bytes);
     if (wordCount > kMostWords) return 0;
 
     std::size_t cursor = kWordCountBytes;
     std::uint64_t total = 0;
     bool inPlace = true;
-    const std::size_t mostWords = (byteCount - kWordCountBytes) / kWordLengthBytes;
+    std::uint64_t arrived = incoming.Arrived();
+    const std::size_t mostWords = (m_blockByteCount - kWordCountBytes) / kWordLengthBytes;
     m_offsets.Reserve(wordCount < mostWords ? wordCount : mostWords);
     for (std::uint32_t i = 0; i < wordCount; ++i) {
-        const bool hasLength = byteCount - cursor >= kWordLengthBytes;
+        const std::size_t start = cursor + kWordLengthBytes;
+        if (start > arrived) arrived = incoming.Bring(start);
+        const bool hasLength = start <= arrived;
         const std::uint32_t length = hasLength ? ReadU32(bytes + cursor) : 0;
         // The length field is read: its first half now ends the word before it.
         if (inPlace && i > 0) std::memset(bytes + cursor, 0, sizeof(WCHAR));
         total += length;
-        if (!hasLength || length > kMostWordBytes || (byteLimit > 0 && total > byteLimit) ||
-            length > byteCount - cursor - kWordLengthBytes) {
-            return 0;
-        }
+        if (!hasLength || length > kMostWordBytes || (byteLimit > 0 && total > byteLimit)) return 0;
+        if (start + length > arrived && (arrived = incoming.Bring(start + length)) < start + length) return 0;
         // The last word has no length field behind it but the root record; a word of odd length shares its last byte
         // with what follows. These, and all behind the first odd one, move to the arena.
-        const std::size_t start = cursor + kWordLengthBytes;
         inPlace = inPlace && i + 1 < wordCount && length % 2 == 0 && start / sizeof(WCHAR) < kArenaMark;
         if (inPlace) {
             AppendBlockWord(start / sizeof(WCHAR), (start + length) / sizeof(WCHAR));

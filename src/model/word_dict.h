@@ -14,6 +14,8 @@
 #include "model/grow_array.h"
 #include "platform/text.h"
 
+class CIncomingBytes;
+
 /// The setting "Lower": when it is not 0, AddWord folds names that ask for it. Written at start-up only.
 extern std::int32_t g_lower;
 
@@ -84,11 +86,11 @@ public:
         return TextView(text, length);
     }
 
-    /// Replaces all words by those of a document's dictionary block, which lies at the start of `block`: `byteCount`
-    /// bytes of a document, then kBlockSpareBytes more to write in. The words are terminated where they lie. Gives the
-    /// offset behind the dictionary; 0 where it breaks a limit of the format or is cut short, and then the words
+    /// Replaces all words by those of a document's dictionary block, which lies at the start of `block`: the bytes of a
+    /// document as they come in, then kBlockSpareBytes more to write in. The words are terminated where they lie. Gives
+    /// the offset behind the dictionary; 0 where it breaks a limit of the format or is cut short, and then the words
     /// before that place are in. The words' lengths may add up to `byteLimit` at most, unless it is 0.
-    std::size_t TakeBlock(const SharedBytes& block, std::size_t byteCount, std::uint64_t byteLimit);
+    std::size_t TakeBlock(const SharedBytes& block, CIncomingBytes& incoming, std::uint64_t byteLimit);
 
     static constexpr std::size_t kBlockSpareBytes = 2;
 
