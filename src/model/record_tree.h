@@ -79,7 +79,7 @@ private:
 };
 
 /// Checks the records of one tree that starts at `begin`, in at most CRecordTree::kMostBytes that come in there, and
-/// fills in everything but tree.bytes and the room. False when a record runs past the end or an element claims more children than the bytes
-/// that remain can hold. A root of unknown type gives an empty tree. Time and memory are linear in the bytes of the
-/// tree.
+/// fills in everything but tree.bytes and the room. False when a record runs past the end or an element claims more
+/// children than the bytes that remain can hold. A root of unknown type gives an empty tree. Time and memory are linear
+/// in the bytes of the tree.
 bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, CIncomingBytes& incoming, CRecordTree& tree);
