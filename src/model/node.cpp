@@ -1,8 +1,17 @@
 // Lifetime, navigation and reading of a node.
 #include "model/node.h"
 
+#include <algorithm>
+
 #include "model/attr_pair.h"
 #include "model/node_access.h"
+
+namespace {
+
+// Of each element, when its node is made. Few have more.
+constexpr std::uint32_t kFetchedAttrs = 8;
+
+}  // namespace
 
 CNodeState::CNodeState(CBinNode* of, CBinaryDocument* owner, unsigned char* itsRecord)
     : node(of), document(owner), record(itsRecord), links(of->m_links) {
@@ -228,6 +237,9 @@ bool CBinNode::MakeRun(CBinaryDocument* document) {
     const std::uint32_t count = ChildCountOf(record);
     const CNodeRun run = document->Pool().CutRun(count);
     if (!run.first) return false;
+    // Who asks for children will ask for their values: the texts lie all over the dictionary, and are on their way
+    // then.
+    const auto fetch = [document](const unsigned char* word) { __builtin_prefetch(document->GetWord(ReadU32(word))); };
     record += GetRecordSize(record);
     for (std::uint32_t i = 0; i < count; ++i) {
         CBinNode* child = run.Make(i);
@@ -236,15 +248,21 @@ bool CBinNode::MakeRun(CBinaryDocument* document) {
         if (record == end) continue;  // a record of unknown type stood here
         child->m_offset = static_cast<std::uint32_t>(record - bytes);
         if (*record != kElement) {
+            fetch(record + kWordOffset);
             record += kTextBytes;
             continue;
         }
-        const unsigned char* const behind = AttrEntryOf(record, AttrCountOf(record));
+        const std::uint32_t attrCount = AttrCountOf(record);
+        const unsigned char* const behind = AttrEntryOf(record, attrCount);
+        for (std::uint32_t attr = 0; attr < std::min(attrCount, kFetchedAttrs); ++attr) {
+            fetch(AttrEntryOf(record, attr) + kAttrValueOffset);
+        }
         const std::uint32_t childCount = ChildCountOf(record);
         if (childCount > 0) child->m_links = links::Unmade(span);
         if (childCount == 0) {
             record = behind;
         } else if (childCount == 1 && behind != end && *behind != kElement) {
+            fetch(behind + kWordOffset);
             record = behind + kTextBytes;
         } else {
             record = bytes + tree.SkipSubtree(child->m_offset, span);
