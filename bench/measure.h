@@ -20,7 +20,7 @@ inline double Now() {
 
 /// Where an operation finds memory. kFresh: what earlier ones freed has gone back to the system, and a new page costs
 /// what it costs a host that opens its first document. Otherwise it would be chance whose leavings one gets. kWarm: as
-/// it comes, for what is small and done again and again.
+/// it comes, for what is small or done again and again.
 enum class Memory { kFresh, kWarm };
 
 /// Runs `prepare`, `operation` on what it gave, and the destructor of that, again and again; only `operation` is timed.

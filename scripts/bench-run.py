@@ -15,7 +15,7 @@ import sys
 import tempfile
 import time
 
-# Figures that are compared with each other run in one process; all others by themselves.
+# Figures that are compared with each other run in one process, all others by themselves.
 GROUPS = {
     "load_walk": "walk", "first_answer": "walk", "clone": "walk", "compare": "walk",
     "clone_edited": "walk", "compare_edited": "walk",
@@ -35,8 +35,10 @@ def names_of(program):
 
 
 def group_of(name):
-    figure, _, case_set, case = name
+    figure, contender, case_set, case = name
     group = GROUPS.get(figure, figure)
+    if figure.endswith("_again"):  # with the memory that it has left itself, not another one
+        group = f"{figure} {contender}"
     return (group, case_set, case if case_set in ("files", "small", "items") else "")
 
 
