@@ -18,6 +18,9 @@ constexpr std::size_t kFirstSlotCount = 32;
 // In front of a word: in the arena its length in units, in the block what is left of a length field.
 constexpr std::size_t kLengthUnits = 2;
 
+// Texts that AddWords has under way at a time.
+constexpr std::size_t kBatch = 32;
+
 }  // namespace
 
 TextView CWordDict::GetWordView(std::uint32_t index) const {
@@ -125,14 +128,10 @@ void CWordDict::FinishRebuild() {
 std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
     if (m_slots.IsEmpty()) BuildIndex();
     const std::uint32_t hash = HashText(text, m_seed);
+    if (!fold || g_lower == 0) return AddHashed(text, hash);
     if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
 
     MakeRoomForEntry();
-    if (!fold || g_lower == 0) {
-        const std::uint32_t index = AppendWord(text);
-        Enter(hash, index);
-        return index;
-    }
     m_scratch.assign(text);
     FoldCase(m_scratch.data(), m_scratch.size());
     const std::uint32_t foldedHash = HashText(m_scratch, m_seed);
@@ -144,6 +143,40 @@ std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
     }
     const std::uint32_t index = AppendWord(m_scratch);
     Enter(foldedHash, index);
+    return index;
+}
+
+void CWordDict::AddWords(const TextView* texts, std::size_t count, std::uint32_t* indexes) {
+    if (m_slots.IsEmpty()) BuildIndex();
+    std::uint32_t hashes[kBatch];
+    for (; count > 0; texts += kBatch, indexes += kBatch) {
+        const std::size_t batch = std::min(count, kBatch);
+        const std::uint64_t seed = m_seed;
+        for (std::size_t i = 0; i < batch; ++i) {
+            hashes[i] = HashText(texts[i], seed);
+            __builtin_prefetch(&FirstSlot(hashes[i]));
+        }
+        // A word that most likely is this one: first its offset, then its text.
+        for (std::size_t i = 0; i < batch; ++i) {
+            const Slot& slot = FirstSlot(hashes[i]);
+            if (slot.hash == hashes[i] && slot.value < kAliasMark) __builtin_prefetch(&m_offsets[slot.value]);
+        }
+        for (std::size_t i = 0; i < batch; ++i) {
+            const Slot& slot = FirstSlot(hashes[i]);
+            if (slot.hash == hashes[i] && slot.value < kAliasMark) __builtin_prefetch(TextAt(slot.value));
+        }
+        for (std::size_t i = 0; i < batch; ++i) {
+            indexes[i] = AddHashed(texts[i], m_seed == seed ? hashes[i] : HashText(texts[i], m_seed));
+        }
+        count -= batch;
+    }
+}
+
+std::uint32_t CWordDict::AddHashed(TextView text, std::uint32_t hash) {
+    if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
+    MakeRoomForEntry();
+    const std::uint32_t index = AppendWord(text);
+    Enter(hash, index);
     return index;
 }
 

@@ -81,6 +81,15 @@ public:
         return Finish();
     }
 
+    /// Takes the text that was finished last back.
+    void DropLast() { m_free = m_text - kPrefixUnits; }
+
+    /// More than one block is in use.
+    bool HasGrown() const { return m_blocks.size() > 1; }
+
+    /// Drops all texts. The next ones use the last block again.
+    void Reuse();
+
 private:
     static constexpr std::size_t kPrefixUnits = sizeof(std::uint32_t) / sizeof(WCHAR);
     static constexpr std::size_t kSpareUnits = 2 * kPrefixUnits;

@@ -1,0 +1,62 @@
+#include "convert/step_recorder.h"
+
+#include "model/layout.h"
+
+void CStepRecorder::Take(const XmlStep* steps, std::size_t count) {
+    AddWordsOf(steps, count);
+    const std::uint32_t* word = m_textWords.data();
+    for (const XmlStep* step = steps; step != steps + count; ++step) {
+        switch (step->kind) {
+            case XmlStep::kName:
+                if (step->name >= m_nameWords.size()) m_nameWords.resize(step->name + std::size_t{1});
+                m_nameWords[step->name] = *word++;
+                break;
+            case XmlStep::kElement:
+                StartElement(*step);
+                break;
+            case XmlStep::kAttribute:
+                AddAttr(m_nameWords[step->name], *word++);
+                break;
+            case XmlStep::kText:
+            case XmlStep::kCData:
+                CountChild();
+                WriteTextRecord(m_records.Extend(kTextBytes), step->kind == XmlStep::kText ? kText : kCData, *word++);
+                break;
+            case XmlStep::kEnd:
+                WriteU32(m_records.Data() + m_levels.back().record + kChildCountOffset, m_levels.back().childCount);
+                m_levels.pop_back();
+                break;
+        }
+    }
+}
+
+// The word of each step that has a text, in their order.
+void CStepRecorder::AddWordsOf(const XmlStep* steps, std::size_t count) {
+    m_texts.clear();
+    for (const XmlStep* step = steps; step != steps + count; ++step) {
+        if (step->kind != XmlStep::kElement && step->kind != XmlStep::kEnd) m_texts.push_back(step->text);
+    }
+    m_textWords.resize(m_texts.size());
+    m_words.AddWords(m_texts.data(), m_texts.size(), m_textWords.data());
+}
+
+void CStepRecorder::StartElement(const XmlStep& step) {
+    CountChild();
+    const std::size_t record = m_records.Size();
+    unsigned char* bytes = m_records.Extend(kElementBytes + kAttrEntryBytes * std::size_t{step.attrCount});
+    WriteElementRecord(bytes, m_nameWords[step.name], kNoWord);
+    WriteU32(bytes + kAttrCountOffset, step.attrCount);
+    m_levels.push_back({record, 0});
+    m_nextAttr = record + kElementBytes;
+    m_attrsLeft = step.attrCount;
+}
+
+void CStepRecorder::AddAttr(std::uint32_t name, std::uint32_t value) {
+    unsigned char* entry = m_records.Data() + m_nextAttr;
+    WriteU32(entry, name);
+    WriteU32(entry + kAttrValueOffset, value);
+    m_nextAttr += kAttrEntryBytes;
+    if (--m_attrsLeft > 0) return;
+    unsigned char* record = m_records.Data() + m_levels.back().record;
+    SortAttrPairs(record + kElementBytes, AttrCountOf(record), m_words);
+}
