@@ -2,10 +2,11 @@
 
 #include "model/layout.h"
 
-void CStepRecorder::Take(const XmlStep* steps, std::size_t count) {
-    AddWordsOf(steps, count);
+void CStepRecorder::Take(const XmlSteps& some) {
+    m_textWords.resize(some.textCount);
+    m_words.AddWords(some.texts, some.textCount, m_textWords.data());
     const std::uint32_t* word = m_textWords.data();
-    for (const XmlStep* step = steps; step != steps + count; ++step) {
+    for (const XmlStep* step = some.steps; step != some.steps + some.count; ++step) {
         switch (step->kind) {
             case XmlStep::kName:
                 if (step->name >= m_nameWords.size()) m_nameWords.resize(step->name + std::size_t{1});
@@ -28,16 +29,6 @@ void CStepRecorder::Take(const XmlStep* steps, std::size_t count) {
                 break;
         }
     }
-}
-
-// The word of each step that has a text, in their order.
-void CStepRecorder::AddWordsOf(const XmlStep* steps, std::size_t count) {
-    m_texts.clear();
-    for (const XmlStep* step = steps; step != steps + count; ++step) {
-        if (step->kind != XmlStep::kElement && step->kind != XmlStep::kEnd) m_texts.push_back(step->text);
-    }
-    m_textWords.resize(m_texts.size());
-    m_words.AddWords(m_texts.data(), m_texts.size(), m_textWords.data());
 }
 
 void CStepRecorder::StartElement(const XmlStep& step) {

@@ -11,14 +11,13 @@ class CStepRecorder final : public CXmlStepReceiver {
 public:
     CStepRecorder(CWordDict& words, RecordBytes& records) : m_words(words), m_records(records) {}
 
-    void Take(const XmlStep* steps, std::size_t count) override;
+    void Take(const XmlSteps& some) override;
 
 private:
     struct Level {
         std::size_t record;
         std::uint32_t childCount;
     };
-    void AddWordsOf(const XmlStep* steps, std::size_t count);
     void StartElement(const XmlStep& step);
     void AddAttr(std::uint32_t name, std::uint32_t value);
     void CountChild() {
@@ -31,6 +30,5 @@ private:
     std::size_t m_nextAttr = 0;              // where the entry of the next attribute goes
     std::uint32_t m_attrsLeft = 0;           // of the newest element
     std::vector<std::uint32_t> m_nameWords;  // by the number of the name
-    std::vector<TextView> m_texts;           // of the steps at hand, and their words
-    std::vector<std::uint32_t> m_textWords;
+    std::vector<std::uint32_t> m_textWords;  // of the texts at hand
 };

@@ -32,7 +32,6 @@ TextView CWordDict::GetWordView(std::uint32_t index) const {
 }
 
 std::uint32_t CWordDict::AppendWord(TextView text) {
-    text = text.substr(0, text.find(WCHAR(0)));
     const std::uint32_t index = GetWordCount();
     const std::size_t start = m_arena.Size() + kLengthUnits;
     if (index >= kAliasMark || start + text.size() >= kArenaMark) throw std::bad_alloc();
@@ -43,10 +42,11 @@ std::uint32_t CWordDict::AppendWord(TextView text) {
     m_arena.Extend(kLengthUnits + text.size() + 1);
     if (isOwnText) text = TextView(m_arena.Data() + ownOffset, text.size());
     WCHAR* target = m_arena.Data() + start;
-    const std::uint32_t length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(target - kLengthUnits, &length, sizeof(length));
     if (!text.empty()) std::memcpy(target, text.data(), text.size() * sizeof(WCHAR));
     target[text.size()] = 0;
+    const std::uint32_t length = static_cast<std::uint32_t>(TextLength(target));
+    std::memcpy(target - kLengthUnits, &length, sizeof(length));
+    m_arena.Truncate(start + length + 1);
     m_offsets.Append(static_cast<std::uint32_t>(start) | kArenaMark);
     return index;
 }
@@ -191,7 +191,7 @@ std::uint32_t CWordDict::Resolve(std::uint32_t value) const {
 std::uint32_t* CWordDict::Find(TextView text, std::uint32_t hash) {
     const std::size_t mask = m_slots.Size() - 1;
     for (std::size_t i = hash & mask; m_slots[i].value != kNoWord; i = (i + 1) & mask) {
-        if (m_slots[i].hash == hash && SlotText(m_slots[i].value) == text) return &m_slots[i].value;
+        if (m_slots[i].hash == hash && AreSame(SlotText(m_slots[i].value), text)) return &m_slots[i].value;
     }
     return nullptr;
 }

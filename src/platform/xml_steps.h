@@ -11,24 +11,31 @@
 /// entity references are passed over.
 struct XmlStep {
     enum Kind : std::uint32_t {
-        kName,       // `text` is the name number `name`: once, right before the first step that refers to it
-        kElement,    // with `attrCount` attributes, which follow at once, in their order
-        kAttribute,  // with the value `text`
-        kText,
-        kCData,
-        kEnd,  // of an element
+        kName,       // with a text, the name of this number: once, right before the first step that refers to it
+        kElement,    // with so many attributes, which follow at once, in their order
+        kAttribute,  // with a text, its value
+        kText,       // with a text
+        kCData,      // with a text
+        kEnd,        // of an element
     };
     Kind kind;
     std::uint32_t name;  // number of the name of an element or attribute
     std::uint32_t attrCount;
-    TextView text;
 };
 
-/// Who takes the steps, some at a time; texts live until Take returns. Take may throw std::bad_alloc, which fails the
-/// load.
+/// Some steps, and apart from them the texts of those that have one, in the same order.
+struct XmlSteps {
+    const XmlStep* steps;
+    std::size_t count;
+    const TextView* texts;
+    std::size_t textCount;
+};
+
+/// Who takes the steps, some at a time; they and their texts live until Take returns. Take may throw std::bad_alloc,
+/// which fails the load.
 class CXmlStepReceiver {
 public:
-    virtual void Take(const XmlStep* steps, std::size_t count) = 0;
+    virtual void Take(const XmlSteps& some) = 0;
 
 protected:
     ~CXmlStepReceiver() = default;

@@ -1,13 +1,5 @@
 #include "platform/linux/xml_sink.h"
 
-namespace {
-
-TextView BstrView(const WCHAR* bstr) {
-    return TextView(bstr, BstrPrefix(bstr) / sizeof(WCHAR));
-}
-
-}  // namespace
-
 void CXmlTreeSink::StartElement(std::uint32_t name, std::size_t) {
     const XmlNodeId id = m_tree.AddElement(name);
     if (m_levels.empty()) m_tree.SetDocumentElement(id);
@@ -36,45 +28,51 @@ void CXmlTreeSink::Finish() {
 
 void CXmlStepSink::StartElement(std::uint32_t name, std::size_t attrCount) {
     Announce(name);
-    Add({XmlStep::kElement, name, static_cast<std::uint32_t>(attrCount), {}});
+    Put({XmlStep::kElement, name, static_cast<std::uint32_t>(attrCount)});
+    HandOverIfMany();
 }
 
 void CXmlStepSink::AddAttr(std::uint32_t name, const WCHAR* value) {
     Announce(name);
-    Add({XmlStep::kAttribute, name, 0, BstrView(value)});
+    Put({XmlStep::kAttribute, name, 0}, value);
+    HandOverIfMany();
 }
 
 void CXmlStepSink::EndElement() {
-    Add({XmlStep::kEnd, 0, 0, {}});
+    Put({XmlStep::kEnd, 0, 0});
+    HandOverIfMany();
 }
 
 void CXmlStepSink::AddTextNode(DOMNodeType type, std::uint32_t, const WCHAR* text) {
-    if (type == NODE_TEXT) {
-        Add({XmlStep::kText, 0, 0, BstrView(text)});
-    } else if (type == NODE_CDATA_SECTION) {
-        Add({XmlStep::kCData, 0, 0, BstrView(text)});
-    } else {
+    if (type != NODE_TEXT && type != NODE_CDATA_SECTION) {
         m_texts.DropLast();
+        return;
     }
+    Put({type == NODE_TEXT ? XmlStep::kText : XmlStep::kCData, 0, 0}, text);
+    HandOverIfMany();
 }
 
-// Hands nothing over: the text of the step that follows is made already. There is room for that step.
+// Does not hand over: the text of the step to come may be made already.
 void CXmlStepSink::Announce(std::uint32_t name) {
     if (name < m_isAnnounced.size() && m_isAnnounced[name]) [[likely]]
         return;
     if (name >= m_isAnnounced.size()) m_isAnnounced.resize(name + std::size_t{1});
-    m_isAnnounced[name] = true;
-    m_steps[m_stepCount++] = {XmlStep::kName, name, 0, BstrView(m_names[name].text)};
+    m_isAnnounced[name] = 1;
+    Put({XmlStep::kName, name, 0}, m_names[name].text);
 }
 
-void CXmlStepSink::Add(const XmlStep& step) {
-    m_steps[m_stepCount++] = step;
+void CXmlStepSink::Put(const XmlStep& step, const WCHAR* text) {
+    Put(step);
+    m_stepTexts[m_textCount++] = TextView(text, BstrPrefix(text) / sizeof(WCHAR));
+}
+
+void CXmlStepSink::HandOverIfMany() {
     if (m_stepCount >= kStepCount || m_texts.HasGrown()) [[unlikely]]
         Finish();
 }
 
 void CXmlStepSink::Finish() {
-    m_receiver.Take(m_steps, m_stepCount);
-    m_stepCount = 0;
+    m_receiver.Take({m_steps, m_stepCount, m_stepTexts, m_textCount});
+    m_stepCount = m_textCount = 0;
     m_texts.Reuse();
 }

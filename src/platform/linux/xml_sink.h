@@ -66,13 +66,17 @@ private:
     static constexpr std::size_t kStepCount = 256;
 
     void Announce(std::uint32_t name);
-    void Add(const XmlStep& step);
+    void Put(const XmlStep& step) { m_steps[m_stepCount++] = step; }
+    void Put(const XmlStep& step, const WCHAR* text);
+    void HandOverIfMany();
 
     CXmlStepReceiver& m_receiver;
     CTextArena m_texts;
     CTextArena m_nameTexts;
     CXmlNames m_names{m_nameTexts};
-    std::vector<bool> m_isAnnounced;  // by the number of the name
+    std::vector<unsigned char> m_isAnnounced;  // 1 where it is, by the number of the name
     std::size_t m_stepCount = 0;
-    XmlStep m_steps[kStepCount + 1];
+    std::size_t m_textCount = 0;
+    XmlStep m_steps[kStepCount + 1];  // with one more for a name
+    TextView m_stepTexts[kStepCount + 1];
 };
