@@ -1,6 +1,25 @@
 #include "convert/step_recorder.h"
 
+#include <exception>
+
 #include "model/layout.h"
+
+namespace {
+
+// So many bytes of XML bring a new word, in files of all kinds twice as many or half as many.
+constexpr std::size_t kSourceBytesPerWord = 128;
+
+}  // namespace
+
+// Memory that is reserved and not used costs nothing; arrays that grow are copied again and again, into fresh pages. A
+// text has as many units as bytes at most, and records mostly stay below their XML. Without so much memory they grow.
+void CStepRecorder::Expect(std::size_t sourceBytes) noexcept {
+    try {
+        m_records.Reserve(sourceBytes);
+        m_words.Reserve(sourceBytes / kSourceBytesPerWord, sourceBytes);
+    } catch (const std::exception&) {
+    }
+}
 
 void CStepRecorder::Take(const XmlSteps& some) {
     m_textWords.resize(some.textCount);

@@ -11,6 +11,7 @@ class CStepRecorder final : public CXmlStepReceiver {
 public:
     CStepRecorder(CWordDict& words, RecordBytes& records) : m_words(words), m_records(records) {}
 
+    void Expect(std::size_t sourceBytes) noexcept override;
     void Take(const XmlSteps& some) override;
 
 private:

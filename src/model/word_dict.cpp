@@ -146,6 +146,12 @@ std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
     return index;
 }
 
+void CWordDict::Reserve(std::size_t wordCount, std::size_t unitCount) {
+    m_offsets.Reserve(wordCount);
+    m_arena.Reserve(unitCount);
+    Rehash(std::bit_ceil(std::max(wordCount * 2, kFirstSlotCount)), m_seed);
+}
+
 void CWordDict::AddWords(const TextView* texts, std::size_t count, std::uint32_t* indexes) {
     if (m_slots.IsEmpty()) BuildIndex();
     std::uint32_t hashes[kBatch];

@@ -37,6 +37,9 @@ public:
     std::uint32_t AddWord(const WCHAR* text, bool fold) { return AddWord(TextView(text), fold); }
     std::uint32_t AddWord(TextView text, bool fold);
 
+    /// For an empty dictionary: room for what AddWord is guessed to add.
+    void Reserve(std::size_t wordCount, std::size_t unitCount);
+
     /// AddWord for each of several texts, without folding: while one is looked up, the memory that the next ones need
     /// is on its way.
     void AddWords(const TextView* texts, std::size_t count, std::uint32_t* indexes);

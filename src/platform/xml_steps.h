@@ -35,6 +35,8 @@ struct XmlSteps {
 /// which fails the load.
 class CXmlStepReceiver {
 public:
+    /// Before the first step: the size of the XML in UTF-8, or about that.
+    virtual void Expect(std::size_t sourceBytes) noexcept = 0;
     virtual void Take(const XmlSteps& some) = 0;
 
 protected:

@@ -66,6 +66,7 @@ CXmlBuilder::CXmlBuilder(CXmlSink& sink, XML_Parser parser, std::size_t sourceBy
       m_nestingEntitiesLeft(kMostNestingEntities),
       m_spaceName(m_names.Intern("xml:space")) {
     m_frames.push_back({0, false});
+    sink.Expect(sourceBytes);
     using Self = CXmlBuilder;
     XML_SetUserData(parser, this);
     XML_SetElementHandler(parser, Handle<&Self::StartElement>, Handle<&Self::EndElement>);

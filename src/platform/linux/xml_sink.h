@@ -12,6 +12,8 @@ public:
     virtual CTextArena& Texts() = 0;
     virtual CXmlNames& Names() = 0;
 
+    /// Before all else: the size of the XML in UTF-8.
+    virtual void Expect(std::size_t) {}
     virtual void StartElement(std::uint32_t name, std::size_t attrCount) = 0;
     /// Of the element that was started last.
     virtual void AddAttr(std::uint32_t name, const WCHAR* value) = 0;
@@ -56,6 +58,7 @@ public:
 
     CTextArena& Texts() override { return m_texts; }
     CXmlNames& Names() override { return m_names; }
+    void Expect(std::size_t sourceBytes) override { m_receiver.Expect(sourceBytes); }
     void StartElement(std::uint32_t name, std::size_t attrCount) override;
     void AddAttr(std::uint32_t name, const WCHAR* value) override;
     void EndElement() override;
