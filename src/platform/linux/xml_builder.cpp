@@ -32,14 +32,6 @@ constexpr char kTooManyEntities[] = "too many entities refer to other entities";
 constexpr char kBadVersion[] = "the version of XML is none: it must be 1.0";
 constexpr char kTooManyDeclared[] = "too many attributes are declared for one element";
 
-bool IsBlank(const char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const char byte = bytes[i];
-        if (byte != ' ' && byte != '\n' && byte != '\t' && byte != '\r') return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 // The parser is C: nothing may be thrown through it.
@@ -131,14 +123,20 @@ void CXmlBuilder::EndElement(const char*) {
 }
 
 void CXmlBuilder::CharacterData(const char* bytes, int byteCount) {
-    const std::size_t count = static_cast<std::size_t>(byteCount);
+    std::size_t count = static_cast<std::size_t>(byteCount);
     if (!TakeFrom(m_bytesLeft, byteCount, kTooMuchText)) return;
     if (!m_isTextOpen) {
         m_texts.Begin();
         m_isTextOpen = true;
         m_isTextBlank = !m_frames.back().keepsBlanks;
     }
-    if (m_isTextBlank) m_isTextBlank = IsBlank(bytes, count);
+    if (m_isTextBlank) {
+        const std::size_t blankCount = m_texts.AppendBlanks(bytes, count);
+        if (blankCount == count) return;
+        m_isTextBlank = false;
+        bytes += blankCount;
+        count -= blankCount;
+    }
     m_texts.Append(bytes, count);
 }
 
