@@ -22,15 +22,18 @@ bool Convert(const WCHAR* xmlPath, const WCHAR* binPath) {
     RecordBytes records;
     CStepRecorder recorder(words, records);
     // Steps make the tree needless, which costs more than all else here; a DOM that has none gives the tree.
-    const auto document = CComRef<IXMLDOMDocument>::Adopt(g_lower == 0 ? MSXMLHelper::LoadXmlSteps(xmlPath, recorder)
-                                                                       : MSXMLHelper::LoadXmlDocument(xmlPath));
+    const auto document = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::LoadXmlSteps(xmlPath, recorder));
     if (!document) return false;
     CComRef<IXMLDOMElement> root;
     CheckCom(document->get_documentElement(root.Out()));
     COutputFile file;
     if (!file.Open(binPath)) return false;
     try {
-        if (records.IsEmpty()) RecordTree(root.Get(), words, records);
+        if (records.IsEmpty()) {
+            RecordTree(root.Get(), words, records);
+        } else {
+            recorder.Finish();
+        }
         WriteDictionary(file, words);
         file.Write(records.Data(), records.Size());
     } catch (...) {
