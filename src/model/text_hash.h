@@ -1,5 +1,5 @@
-// Hash of a text for the word index: eight bytes a step, folded multiplication (the high and the low half of a product
-// both count), so that texts which collide for one seed do not for another.
+// Hash of a text for the word index: sixteen bytes a step, folded multiplication (the high and the low half of a
+// product both count), so that texts which collide for one seed do not for another.
 #pragma once
 
 #include <cstdint>
@@ -26,20 +26,36 @@ inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
 inline constexpr std::size_t kSuspiciousRun = 256;
 inline constexpr int kMostReseeds = 4;
 
+template <class Chunk>
+std::uint64_t ReadUnits(const WCHAR* units) {
+    Chunk chunk;
+    std::memcpy(&chunk, units, sizeof(chunk));
+    return chunk;
+}
+
 inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
     constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;  // odd constants with evenly spread bits
     constexpr std::uint64_t kSecond = 0xC2B2AE3D27D4EB4F;
-    constexpr std::size_t kStep = 4;  // code units in eight bytes
+    constexpr std::size_t kChunk = 4;  // code units in eight bytes
     const WCHAR* units = text.data();
     std::size_t count = text.size();
+    const std::uint64_t key = seed ^ kFirst;
     std::uint64_t state = seed ^ (count * kFirst);
-    std::uint64_t chunk = 0;
-    for (; count >= kStep; units += kStep, count -= kStep) {
-        std::memcpy(&chunk, units, sizeof(chunk));
-        state = FoldedProduct(chunk ^ seed ^ kFirst, state ^ kSecond);
+    for (; count > 2 * kChunk; units += 2 * kChunk, count -= 2 * kChunk) {
+        state = FoldedProduct(ReadUnits<std::uint64_t>(units) ^ key, ReadUnits<std::uint64_t>(units + kChunk) ^ state);
     }
-    chunk = 0;
-    for (std::size_t i = 0; i < count; ++i) chunk = (chunk << 16) | static_cast<std::uint16_t>(units[i]);
-    state = FoldedProduct(chunk ^ seed ^ kFirst, state ^ kSecond);
+    // The rest from both its ends, which may overlap.
+    std::uint64_t first = 0, last = 0;
+    if (count >= kChunk) {
+        first = ReadUnits<std::uint64_t>(units);
+        last = ReadUnits<std::uint64_t>(units + count - kChunk);
+    } else if (count >= 2) {
+        first = ReadUnits<std::uint32_t>(units);
+        last = ReadUnits<std::uint32_t>(units + count - 2);
+    } else if (count == 1) {
+        first = ReadUnits<std::uint16_t>(units);
+    }
+    state = FoldedProduct(first ^ key, last ^ state ^ kSecond);
+    state = FoldedProduct(state ^ kSecond, key);
     return static_cast<std::uint32_t>(state ^ (state >> 32));
 }

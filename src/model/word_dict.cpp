@@ -19,7 +19,7 @@ constexpr std::size_t kFirstSlotCount = 32;
 constexpr std::size_t kLengthUnits = 2;
 
 // Texts that AddWords has under way at a time.
-constexpr std::size_t kBatch = 32;
+constexpr std::size_t kBatch = 64;
 
 }  // namespace
 
