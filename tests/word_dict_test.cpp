@@ -37,6 +37,15 @@ TEST_F(WordDict, WordsMadeToCollideAreStillFound) {
     for (int round = 0; round < 2; ++round) {
         for (std::uint32_t i = 0; i < texts.size(); ++i) ASSERT_EQ(m_words.AddWord(texts[i], false), i);
     }
+    // Several at a time: the seed changes while some are under way.
+    const std::vector<TextView> views(texts.begin(), texts.end());
+    std::vector<std::uint32_t> indexes(texts.size());
+    CWordDict words;
+    for (int round = 0; round < 2; ++round) {
+        words.AddWords(views.data(), views.size(), indexes.data());
+        for (std::uint32_t i = 0; i < texts.size(); ++i) ASSERT_EQ(indexes[i], i);
+    }
+    EXPECT_EQ(words.GetWordCount(), texts.size());
 }
 
 TEST_F(WordDict, WordsThatFindNoMemoryDoNotFillTheIndex) {
@@ -62,14 +71,27 @@ TEST_F(WordDict, WordsThatFindNoMemoryDoNotFillTheIndex) {
 
 TEST_F(WordDict, AgreesWithAMapOverManyWords) {
     std::map<std::u16string, std::uint32_t> plain;
+    std::vector<Text> texts;
+    std::vector<std::uint32_t> expectedIndexes;
     std::mt19937 random(11);
     for (int i = 0; i < 30000; ++i) {
         std::u16string text(random() % 9, u' ');
         for (char16_t& unit : text) unit = static_cast<char16_t>(u'a' + random() % 3);
         const std::uint32_t expected = plain.emplace(text, static_cast<std::uint32_t>(plain.size())).first->second;
-        ASSERT_EQ(m_words.AddWord(CTestFolder::Wide(text), false), expected);
+        texts.push_back(CTestFolder::Wide(text));
+        expectedIndexes.push_back(expected);
+        ASSERT_EQ(m_words.AddWord(texts.back(), false), expected);
     }
     EXPECT_EQ(m_words.GetWordCount(), plain.size());
+
+    const std::vector<TextView> views(texts.begin(), texts.end());
+    std::vector<std::uint32_t> indexes(texts.size());
+    CWordDict words;
+    words.Reserve(100, 100);
+    words.AddWords(views.data(), views.size(), indexes.data());
+    EXPECT_EQ(indexes, expectedIndexes);
+    words.AddWords(views.data(), 0, nullptr);
+    EXPECT_EQ(words.GetWordCount(), plain.size());
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #include "convert/trans_xml2bin.h"
 
+#include "convert/step_recorder.h"
 #include "convert/xml_records.h"
 #include "convert/xml_words.h"
 #include "model/layout.h"
@@ -9,27 +10,32 @@
 
 namespace {
 
-void WriteTree(COutputFile& file, IXMLDOMNode* root) {
-    CWordDict words;
-    // The records are made by a walk that adds the words as it meets them, in the order in which they are to be in the
-    // dictionary. With folding on, a name may come out as another word once all words are known: then they are
-    // collected by a walk of their own first.
+// With folding on, a name may come out as another word once all words are known: then they are collected by a walk of
+// their own first.
+void RecordTree(IXMLDOMNode* root, CWordDict& words, RecordBytes& records) {
     if (g_lower != 0) CollectXmlWords(root, words);
-    RecordBytes records;
     WriteXmlNode(root, words, records);
-    WriteDictionary(file, words);
-    file.Write(records.Data(), records.Size());
 }
 
 bool Convert(const WCHAR* xmlPath, const WCHAR* binPath) {
-    const auto document = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::LoadXmlDocument(xmlPath));
+    CWordDict words;
+    RecordBytes records;
+    CStepRecorder recorder(words, records);
+    // Steps make the tree needless, which costs more than all else here; a DOM that has none gives the tree.
+    const auto document = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::LoadXmlSteps(xmlPath, recorder));
     if (!document) return false;
     CComRef<IXMLDOMElement> root;
     CheckCom(document->get_documentElement(root.Out()));
     COutputFile file;
     if (!file.Open(binPath)) return false;
     try {
-        WriteTree(file, root.Get());
+        if (records.IsEmpty()) {
+            RecordTree(root.Get(), words, records);
+        } else {
+            recorder.Finish();
+        }
+        WriteDictionary(file, words);
+        file.Write(records.Data(), records.Size());
     } catch (...) {
         file.Close();
         RemoveFile(binPath);

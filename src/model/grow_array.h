@@ -47,11 +47,15 @@ public:
     void Clear() { m_size = 0; }
     void Truncate(std::size_t size) { m_size = size; }
 
-    /// Makes room for `capacity` elements in all, exactly, of which most will come.
+    /// Makes room for `capacity` elements in all, exactly.
     void Reserve(std::size_t capacity) {
-        if (capacity <= m_capacity) return;
-        Reallocate(capacity);
-        MakePages(m_data + m_size, (capacity - m_size) * sizeof(T));
+        if (capacity > m_capacity) Reallocate(capacity);
+    }
+
+    /// The same when all of them, or nearly all, are about to come.
+    void ReserveToFill(std::size_t capacity) {
+        Reserve(capacity);
+        if (capacity > m_size) MakePages(m_data + m_size, (capacity - m_size) * sizeof(T));
     }
 
     /// Makes room for `count` more elements; the next ones then cannot fail.

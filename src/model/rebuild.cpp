@@ -41,7 +41,7 @@ CRebuild::CRebuild(CBinaryDocument& document)
       m_map(m_oldWords, m_newWords),
       m_records(document.Tree()) {
     const std::size_t wordCount = m_oldWords.GetWordCount();
-    m_casing.Reserve(wordCount);
+    m_casing.ReserveToFill(wordCount);
     m_casing.ExtendFilled(wordCount, kUnknownCasing);
 }
 

@@ -26,38 +26,47 @@ inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
 inline constexpr std::size_t kSuspiciousRun = 256;
 inline constexpr int kMostReseeds = 4;
 
+template <class Chunk>
+std::uint64_t ReadUnits(const WCHAR* units) {
+    Chunk chunk;
+    std::memcpy(&chunk, units, sizeof(chunk));
+    return chunk;
+}
+
 inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
     constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;  // odd constants with evenly spread bits
     constexpr std::uint64_t kSecond = 0xC2B2AE3D27D4EB4F;
-    constexpr std::size_t kStep = 4;  // code units in eight bytes
+    constexpr std::size_t kChunk = 4;  // code units in eight bytes
     const WCHAR* units = text.data();
     std::size_t count = text.size();
-    const auto eight = [&units](std::size_t from) {
-        std::uint64_t bytes;
-        std::memcpy(&bytes, units + from, sizeof(bytes));
-        return bytes;
-    };
-    const std::uint64_t first = seed ^ kFirst;
-    const std::uint64_t second = seed ^ kSecond;
+    const std::uint64_t key = seed ^ kFirst;
+    const std::uint64_t otherKey = seed ^ kSecond;
     std::uint64_t state = seed ^ (count * kFirst);
-    if (count > 4 * kStep) {  // two products that do not wait for each other
+    if (count > 4 * kChunk) {  // two products that do not wait for each other
         std::uint64_t other = state ^ kSecond;
-        for (; count > 4 * kStep; units += 4 * kStep, count -= 4 * kStep) {
-            state = FoldedProduct(eight(0) ^ first, eight(kStep) ^ state);
-            other = FoldedProduct(eight(2 * kStep) ^ second, eight(3 * kStep) ^ other);
+        for (; count > 4 * kChunk; units += 4 * kChunk, count -= 4 * kChunk) {
+            const WCHAR* second = units + 2 * kChunk;
+            state =
+                FoldedProduct(ReadUnits<std::uint64_t>(units) ^ key, ReadUnits<std::uint64_t>(units + kChunk) ^ state);
+            other = FoldedProduct(ReadUnits<std::uint64_t>(second) ^ otherKey,
+                                  ReadUnits<std::uint64_t>(second + kChunk) ^ other);
         }
         state ^= other;
     }
-    for (; count > 2 * kStep; units += 2 * kStep, count -= 2 * kStep) {
-        state = FoldedProduct(eight(0) ^ first, eight(kStep) ^ state);
+    for (; count > 2 * kChunk; units += 2 * kChunk, count -= 2 * kChunk) {
+        state = FoldedProduct(ReadUnits<std::uint64_t>(units) ^ key, ReadUnits<std::uint64_t>(units + kChunk) ^ state);
     }
-    std::uint64_t low = 0, high = 0;
-    if (count >= kStep) {
-        low = eight(0);
-        high = eight(count - kStep);  // overlapping, to take in the rest
-    } else {
-        for (std::size_t i = 0; i < count; ++i) low = (low << 16) | static_cast<std::uint16_t>(units[i]);
+    // The rest from both its ends, which may overlap.
+    std::uint64_t first = 0, last = 0;
+    if (count >= kChunk) {
+        first = ReadUnits<std::uint64_t>(units);
+        last = ReadUnits<std::uint64_t>(units + count - kChunk);
+    } else if (count >= 2) {
+        first = ReadUnits<std::uint32_t>(units);
+        last = ReadUnits<std::uint32_t>(units + count - 2);
+    } else if (count == 1) {
+        first = ReadUnits<std::uint16_t>(units);
     }
-    state = FoldedProduct(low ^ first, high ^ state ^ kSecond);
+    state = FoldedProduct(first ^ key, last ^ state ^ kSecond);
     return static_cast<std::uint32_t>(state ^ (state >> 32));
 }

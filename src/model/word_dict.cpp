@@ -16,10 +16,12 @@ namespace {
 
 constexpr std::size_t kFirstSlotCount = 32;
 
+// Texts that AddWords has under way at a time.
+constexpr std::size_t kBatch = 64;
+
 }  // namespace
 
 std::uint32_t CWordDict::AppendWord(TextView text) {
-    text = text.substr(0, text.find(WCHAR(0)));
     const std::uint32_t index = GetWordCount();
     const std::size_t start = m_arena.Size() + kLengthUnits;
     if (index >= kAliasMark || start + text.size() >= kArenaMark) throw std::bad_alloc();
@@ -30,10 +32,11 @@ std::uint32_t CWordDict::AppendWord(TextView text) {
     m_arena.Extend(kLengthUnits + text.size() + 1);
     if (isOwnText) text = TextView(m_arena.Data() + ownOffset, text.size());
     WCHAR* target = m_arena.Data() + start;
-    const std::uint32_t length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(target - kLengthUnits, &length, sizeof(length));
     if (!text.empty()) std::memcpy(target, text.data(), text.size() * sizeof(WCHAR));
     target[text.size()] = 0;
+    const std::uint32_t length = static_cast<std::uint32_t>(TextLength(target));
+    std::memcpy(target - kLengthUnits, &length, sizeof(length));
+    m_arena.Truncate(start + length + 1);
     m_offsets.Append(static_cast<std::uint32_t>(start) | kArenaMark);
     return index;
 }
@@ -64,7 +67,7 @@ void CWordDict::ShareBlockOf(const CWordDict& other) {
     m_blockUnits = other.m_blockUnits;
     m_blockByteCount = other.m_blockByteCount;
     m_isMeasured = true;
-    m_offsets.Reserve(other.GetWordCount());
+    m_offsets.ReserveToFill(other.GetWordCount());
 }
 
 // A word in the block between these offsets, in code units.
@@ -99,8 +102,8 @@ void CWordDict::FinishRebuild(bool isBlockKept) {
     if (isBlockKept || SharedBytesUsed() * 2 > m_blockByteCount) return;
     if (m_sharedUnits > 0) {
         CWordDict moved;
-        moved.m_offsets.Reserve(GetWordCount());
-        moved.m_arena.Reserve(m_arena.Size() + static_cast<std::size_t>(m_sharedUnits));
+        moved.m_offsets.ReserveToFill(GetWordCount());
+        moved.m_arena.ReserveToFill(m_arena.Size() + static_cast<std::size_t>(m_sharedUnits));
         for (std::uint32_t i = 0; i < GetWordCount(); ++i) moved.AppendWord(GetWordView(i));
         m_offsets.swap(moved.m_offsets);
         m_arena.swap(moved.m_arena);
@@ -116,14 +119,10 @@ void CWordDict::FinishRebuild(bool isBlockKept) {
 std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
     if (m_slots.IsEmpty()) BuildIndex();
     const std::uint32_t hash = HashText(text, m_seed);
+    if (!fold || g_lower == 0) return AddHashed(text, hash);
     if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
 
     MakeRoomForEntry();
-    if (!fold || g_lower == 0) {
-        const std::uint32_t index = AppendWord(text);
-        Enter(hash, index);
-        return index;
-    }
     m_scratch.assign(text);
     FoldCase(m_scratch.data(), m_scratch.size());
     const std::uint32_t foldedHash = HashText(m_scratch, m_seed);
@@ -138,6 +137,46 @@ std::uint32_t CWordDict::AddWord(TextView text, bool fold) {
     return index;
 }
 
+void CWordDict::Reserve(std::size_t wordCount, std::size_t unitCount) {
+    m_offsets.Reserve(wordCount);
+    m_arena.Reserve(unitCount);
+    Rehash(std::bit_ceil(std::max(wordCount * 2, kFirstSlotCount)), m_seed);
+}
+
+void CWordDict::AddWords(const TextView* texts, std::size_t count, std::uint32_t* indexes) {
+    if (m_slots.IsEmpty()) BuildIndex();
+    std::uint32_t hashes[kBatch];
+    for (; count > 0; texts += kBatch, indexes += kBatch) {
+        const std::size_t batch = std::min(count, kBatch);
+        const std::uint64_t seed = m_seed;
+        for (std::size_t i = 0; i < batch; ++i) {
+            hashes[i] = HashText(texts[i], seed);
+            __builtin_prefetch(&FirstSlot(hashes[i]));
+        }
+        // A word that most likely is this one: first its offset, then its text.
+        for (std::size_t i = 0; i < batch; ++i) {
+            const Slot& slot = FirstSlot(hashes[i]);
+            if (slot.hash == hashes[i] && slot.value < kAliasMark) __builtin_prefetch(&m_offsets[slot.value]);
+        }
+        for (std::size_t i = 0; i < batch; ++i) {
+            const Slot& slot = FirstSlot(hashes[i]);
+            if (slot.hash == hashes[i] && slot.value < kAliasMark) __builtin_prefetch(TextAt(slot.value));
+        }
+        for (std::size_t i = 0; i < batch; ++i) {
+            indexes[i] = AddHashed(texts[i], m_seed == seed ? hashes[i] : HashText(texts[i], m_seed));
+        }
+        count -= batch;
+    }
+}
+
+std::uint32_t CWordDict::AddHashed(TextView text, std::uint32_t hash) {
+    if (const std::uint32_t* value = Find(text, hash)) return Resolve(*value);
+    MakeRoomForEntry();
+    const std::uint32_t index = AppendWord(text);
+    Enter(hash, index);
+    return index;
+}
+
 TextView CWordDict::SlotText(std::uint32_t value) const {
     return value & kAliasMark ? TextView(m_aliases[value & ~kAliasMark].text) : GetWordView(value);
 }
@@ -149,7 +188,7 @@ std::uint32_t CWordDict::Resolve(std::uint32_t value) const {
 std::uint32_t* CWordDict::Find(TextView text, std::uint32_t hash) {
     const std::size_t mask = m_slots.Size() - 1;
     for (std::size_t i = hash & mask; m_slots[i].value != kNoWord; i = (i + 1) & mask) {
-        if (m_slots[i].hash == hash && SlotText(m_slots[i].value) == text) return &m_slots[i].value;
+        if (m_slots[i].hash == hash && AreSame(SlotText(m_slots[i].value), text)) return &m_slots[i].value;
     }
     return nullptr;
 }
@@ -189,7 +228,7 @@ void CWordDict::Reseed() noexcept {
 
 void CWordDict::Rehash(std::size_t slotCount, std::uint64_t seed) {
     CGrowArray<Slot> slots;
-    slots.Reserve(slotCount);
+    slots.ReserveToFill(slotCount);
     slots.ExtendFilled(slotCount, 0xFF);
     const std::size_t mask = slotCount - 1;
     for (const Slot& slot : m_slots) {
@@ -218,7 +257,7 @@ std::size_t CWordDict::TakeBlock(const SharedBytes& block, CIncomingBytes& incom
     bool inPlace = true;
     std::uint64_t arrived = incoming.Arrived();
     const std::size_t mostWords = (m_blockByteCount - kWordCountBytes) / kWordLengthBytes;
-    m_offsets.Reserve(wordCount < mostWords ? wordCount : mostWords);
+    m_offsets.ReserveToFill(wordCount < mostWords ? wordCount : mostWords);
     for (std::uint32_t i = 0; i < wordCount; ++i) {
         const std::size_t start = cursor + kWordLengthBytes;
         if (start > arrived) arrived = incoming.Bring(start);

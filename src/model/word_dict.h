@@ -39,6 +39,13 @@ public:
     std::uint32_t AddWord(const WCHAR* text, bool fold) { return AddWord(TextView(text), fold); }
     std::uint32_t AddWord(TextView text, bool fold);
 
+    /// For an empty dictionary: room for what AddWord is guessed to add.
+    void Reserve(std::size_t wordCount, std::size_t unitCount);
+
+    /// AddWord for each of several texts, without folding: while one is looked up, the memory that the next ones need
+    /// is on its way.
+    void AddWords(const TextView* texts, std::size_t count, std::uint32_t* indexes);
+
     /// Appends a word that AddWord will not find: loading does not pay for an index. The text ends at its first zero.
     std::uint32_t AppendWord(TextView text);
 
@@ -134,6 +141,8 @@ private:
     std::size_t CopyEntry(std::uint32_t word, unsigned char* target, std::ptrdiff_t size) const;
     TextView SlotText(std::uint32_t value) const;
     std::uint32_t* Find(TextView text, std::uint32_t hash);
+    std::uint32_t AddHashed(TextView text, std::uint32_t hash);
+    const Slot& FirstSlot(std::uint32_t hash) const { return m_slots[hash & (m_slots.Size() - 1)]; }
     std::uint32_t Resolve(std::uint32_t value) const;
     void AppendBlockWord(std::size_t start, std::size_t end);
     void BuildIndex();

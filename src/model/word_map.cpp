@@ -21,9 +21,9 @@ CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to
     const std::size_t slotCount = std::bit_ceil(std::max(wordCount + wordCount / 2, kFewestSlots));
     m_wordMask = static_cast<std::uint32_t>((std::uint64_t{1} << std::bit_width(wordCount)) - 1);
     m_to.ShareBlockOf(from);
-    m_map.Reserve(wordCount);
-    m_lengths.Reserve(wordCount);
-    m_slots.Reserve(slotCount);
+    m_map.ReserveToFill(wordCount);
+    m_lengths.ReserveToFill(wordCount);
+    m_slots.ReserveToFill(slotCount);
     m_map.Extend(wordCount);
     m_lengths.Extend(wordCount);
     m_slots.Extend(slotCount);

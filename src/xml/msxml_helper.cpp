@@ -50,18 +50,27 @@ Text FaultMessage(const WCHAR* path, const XmlLoadFault& fault) {
     return message;
 }
 
-}  // namespace
+// With a receiver, where the document can hand over what it reads.
+bool Load(IXMLDOMDocument& document, const WCHAR* path, CXmlStepReceiver* receiver) {
+    const CVariant pathValue{TextView(path)};
+    VARIANT_BOOL isLoaded = VARIANT_FALSE;
+    void* asked = nullptr;
+    if (receiver && SUCCEEDED(document.QueryInterface(IID_IXmlStepSource, &asked))) {
+        const auto source = CComRef<IXmlStepSource>::Adopt(static_cast<IXmlStepSource*>(asked));
+        CheckCom(source->loadSteps(pathValue.Get(), receiver, &isLoaded));
+    } else {
+        document.put_async(VARIANT_FALSE);
+        CheckCom(document.load(pathValue.Get(), &isLoaded));
+    }
+    return isLoaded;
+}
 
-IXMLDOMDocument* MSXMLHelper::LoadXmlDocument(const WCHAR* path, XmlLoadFault* fault) noexcept {
+IXMLDOMDocument* LoadOrTell(const WCHAR* path, CXmlStepReceiver* receiver, XmlLoadFault* fault) noexcept {
     if (!path) return nullptr;
     try {
         CComRef<IXMLDOMDocument> document = CreateDocument();
         if (!document) return nullptr;
-        document->put_async(VARIANT_FALSE);
-        const CVariant pathValue{TextView(path)};
-        VARIANT_BOOL isLoaded = VARIANT_FALSE;
-        CheckCom(document->load(pathValue.Get(), &isLoaded));
-        if (isLoaded) return document.Detach();
+        if (Load(document.Need(), path, receiver)) return document.Detach();
         if (fault) fault->isRefused = true;
         if (g_logLevel < 1 && !fault) return nullptr;
 
@@ -72,6 +81,16 @@ IXMLDOMDocument* MSXMLHelper::LoadXmlDocument(const WCHAR* path, XmlLoadFault* f
         // Failed COM calls and exhausted memory are not reported.
     }
     return nullptr;
+}
+
+}  // namespace
+
+IXMLDOMDocument* MSXMLHelper::LoadXmlDocument(const WCHAR* path, XmlLoadFault* fault) noexcept {
+    return LoadOrTell(path, nullptr, fault);
+}
+
+IXMLDOMDocument* MSXMLHelper::LoadXmlSteps(const WCHAR* path, CXmlStepReceiver& receiver) noexcept {
+    return LoadOrTell(path, &receiver, nullptr);
 }
 
 IXMLDOMDocument* MSXMLHelper::CreateXmlDocument(const WCHAR* encoding) noexcept {

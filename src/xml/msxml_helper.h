@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "platform/text.h"
+#include "platform/xml_steps.h"
 #include "platform/xmldom.h"
 
 /// The setting "LogLevel": at 1 and more, people are told what is wrong with an XML file. Written at start-up only.
@@ -29,6 +30,10 @@ public:
     /// Loads a file. Null when it cannot be read or is not well-formed; then, at "LogLevel" 1 and more, a message box
     /// tells why, and `fault`, where given, gets the same.
     static IXMLDOMDocument* LoadXmlDocument(const WCHAR* path, XmlLoadFault* fault = nullptr) noexcept;
+
+    /// The same, but a DOM that can hands what it reads to the receiver instead of keeping it: then the document that
+    /// comes back is empty. Otherwise the receiver gets nothing.
+    static IXMLDOMDocument* LoadXmlSteps(const WCHAR* path, CXmlStepReceiver& receiver) noexcept;
 
     /// A document that holds nothing but a declaration with this encoding.
     static IXMLDOMDocument* CreateXmlDocument(const WCHAR* encoding) noexcept;

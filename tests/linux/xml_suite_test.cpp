@@ -12,6 +12,7 @@
 #include <set>
 
 #include "dom_tree.h"
+#include "steps_twin.h"
 #include "xml/msxml_helper.h"
 
 namespace {
@@ -137,6 +138,7 @@ TEST_F(XmlSuite, WellFormedDocumentsLoadAndOthersAreRefused) {
         SCOPED_TRACE(row.Get("ID") + ": " + row.file.string());
         const std::string group = row.Group();
         const bool isLoaded = static_cast<bool>(LoadFile(row.file));
+        EXPECT_TRUE(StepsDoAsTheTree(CTestFolder::Wide(row.file.u16string())));
         const bool isAsExpected = isLoaded == row.IsWellFormed() || row.Get("TYPE") == "error";
         Tally& tally = tallies[group];
         ++tally.cases;

@@ -32,20 +32,12 @@ constexpr char kTooManyEntities[] = "too many entities refer to other entities";
 constexpr char kBadVersion[] = "the version of XML is none: it must be 1.0";
 constexpr char kTooManyDeclared[] = "too many attributes are declared for one element";
 
-bool IsBlank(const char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const char byte = bytes[i];
-        if (byte != ' ' && byte != '\n' && byte != '\t' && byte != '\r') return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 // The parser is C: nothing may be thrown through it.
 template <auto operation, class... Arguments>
-void XMLCALL CXmlTreeBuilder::Handle(void* builder, Arguments... arguments) noexcept {
-    CXmlTreeBuilder& self = *static_cast<CXmlTreeBuilder*>(builder);
+void XMLCALL CXmlBuilder::Handle(void* builder, Arguments... arguments) noexcept {
+    CXmlBuilder& self = *static_cast<CXmlBuilder*>(builder);
     if (self.m_isStopped) return;
     try {
         (self.*operation)(arguments...);
@@ -55,16 +47,19 @@ void XMLCALL CXmlTreeBuilder::Handle(void* builder, Arguments... arguments) noex
     }
 }
 
-CXmlTreeBuilder::CXmlTreeBuilder(CXmlTree& tree, XML_Parser parser, std::size_t sourceBytes)
-    : m_tree(tree),
+CXmlBuilder::CXmlBuilder(CXmlSink& sink, XML_Parser parser, std::size_t sourceBytes)
+    : m_sink(sink),
+      m_texts(sink.Texts()),
+      m_names(sink.Names()),
       m_parser(parser),
       m_nodesLeft(std::max(kLeastNodes, static_cast<std::int64_t>(sourceBytes) * kNodesPerByte)),
       m_attrsLeft(m_nodesLeft),
       m_bytesLeft(std::max(kLeastTextBytes, static_cast<std::int64_t>(sourceBytes) * kTextBytesPerByte)),
       m_nestingEntitiesLeft(kMostNestingEntities),
-      m_spaceName(tree.Names().Intern("xml:space")) {
-    m_frames.push_back({kXmlDocumentNode, 0, false});
-    using Self = CXmlTreeBuilder;
+      m_spaceName(m_names.Intern("xml:space")) {
+    m_frames.push_back({0, false});
+    sink.Expect(sourceBytes);
+    using Self = CXmlBuilder;
     XML_SetUserData(parser, this);
     XML_SetElementHandler(parser, Handle<&Self::StartElement>, Handle<&Self::EndElement>);
     XML_SetCharacterDataHandler(parser, Handle<&Self::CharacterData>);
@@ -83,143 +78,141 @@ CXmlTreeBuilder::CXmlTreeBuilder(CXmlTree& tree, XML_Parser parser, std::size_t 
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser, kMostAmplification);
 }
 
-void CXmlTreeBuilder::Finish() {
-    m_tree.SetChildren(kXmlDocumentNode, m_pending.data(), m_pending.size());
+const XmlName* CXmlBuilder::OpenElement() const {
+    return m_frames.size() > 1 ? &m_names[m_frames.back().name] : nullptr;
 }
 
-const XmlName* CXmlTreeBuilder::OpenElement() const {
-    return m_frames.size() > 1 ? &m_tree.Names()[m_tree.Node(m_frames.back().node).Name()] : nullptr;
-}
-
-void CXmlTreeBuilder::StartElement(const char* name, const char** attributes) {
+void CXmlBuilder::StartElement(const char* name, const char** attributes) {
     CloseText();
     if (!TakeFrom(m_nodesLeft, 1, kTooManyNodes)) return;
-    const Frame& outer = m_frames.back();
-    const XmlNodeId id = m_tree.AddElement(m_tree.Names().Intern(name));
-    if (outer.node == kXmlDocumentNode) m_tree.SetDocumentElement(id);
-    m_pending.push_back(id);
-
-    Frame frame = {id, static_cast<std::uint32_t>(m_pending.size()), outer.keepsBlanks};
+    std::size_t attrCount = 0;
+    while (attributes[attrCount * 2]) ++attrCount;
+    Frame frame = {m_names.Intern(name), m_frames.back().keepsBlanks};
+    m_sink.StartElement(frame.name, attrCount);
     for (; *attributes; attributes += 2) AddAttribute(frame, attributes[0], attributes[1]);
     m_frames.push_back(frame);
 }
 
-void CXmlTreeBuilder::AddAttribute(Frame& frame, const char* name, const char* value) {
+void CXmlBuilder::AddAttribute(Frame& frame, const char* name, const char* value) {
     const std::size_t valueBytes = std::strlen(value);
     if (!TakeFrom(m_attrsLeft, 1, kTooManyAttributes)) return;
     if (!TakeFrom(m_bytesLeft, static_cast<std::int64_t>(valueBytes), kTooMuchText)) return;
     const std::uint32_t number = InternAttributeName(name);
-    m_tree.Texts().Begin();
-    m_tree.Texts().Append(value, valueBytes);
-    m_tree.AddAttr(frame.node, number, m_tree.Texts().Finish());
+    m_texts.Begin();
+    m_texts.Append(value, valueBytes);
+    m_sink.AddAttr(number, m_texts.Finish());
     if (number == m_spaceName) {
         const std::string_view mode(value, valueBytes);
         if (mode == "preserve" || mode == "default") frame.keepsBlanks = mode == "preserve";
     }
 }
 
-std::uint32_t CXmlTreeBuilder::InternAttributeName(const char* name) {
+std::uint32_t CXmlBuilder::InternAttributeName(const char* name) {
     CachedName& cached = m_nameCache[(reinterpret_cast<std::uintptr_t>(name) >> 3) % kCachedNameCount];
-    if (cached.bytes == name && std::strcmp(m_tree.Names()[cached.number].bytes.data(), name) == 0) {
+    if (cached.bytes == name && std::strcmp(m_names[cached.number].bytes.data(), name) == 0) {
         return cached.number;
     }
-    cached = {name, m_tree.Names().Intern(name)};
+    cached = {name, m_names.Intern(name)};
     return cached.number;
 }
 
-void CXmlTreeBuilder::EndElement(const char*) {
+void CXmlBuilder::EndElement(const char*) {
     CloseText();
-    const Frame& frame = m_frames.back();
-    m_tree.SetChildren(frame.node, m_pending.data() + frame.firstPending, m_pending.size() - frame.firstPending);
-    m_pending.resize(frame.firstPending);
+    m_sink.EndElement();
     m_frames.pop_back();
 }
 
-void CXmlTreeBuilder::CharacterData(const char* bytes, int byteCount) {
-    const std::size_t count = static_cast<std::size_t>(byteCount);
+void CXmlBuilder::CharacterData(const char* bytes, int byteCount) {
+    std::size_t count = static_cast<std::size_t>(byteCount);
     if (!TakeFrom(m_bytesLeft, byteCount, kTooMuchText)) return;
     if (!m_isTextOpen) {
-        m_tree.Texts().Begin();
+        m_texts.Begin();
         m_isTextOpen = true;
         m_isTextBlank = !m_frames.back().keepsBlanks;
     }
-    if (m_isTextBlank) m_isTextBlank = IsBlank(bytes, count);
-    m_tree.Texts().Append(bytes, count);
+    if (m_isTextBlank) {
+        const std::size_t blankCount = m_texts.AppendBlanks(bytes, count);
+        if (blankCount == count) return;
+        m_isTextBlank = false;
+        bytes += blankCount;
+        count -= blankCount;
+    }
+    m_texts.Append(bytes, count);
 }
 
-void CXmlTreeBuilder::CloseText() {
+void CXmlBuilder::CloseText() {
     if (!m_isTextOpen) return;
     m_isTextOpen = false;
-    if (!m_isTextBlank) AddTextNode(NODE_TEXT, 0, m_tree.Texts().Finish());
+    if (!m_isTextBlank) AddTextNode(NODE_TEXT, 0, m_texts.Finish());
 }
 
-void CXmlTreeBuilder::StartCData() {
+void CXmlBuilder::StartCData() {
     CloseText();
-    m_tree.Texts().Begin();
+    m_texts.Begin();
     m_isTextOpen = true;
     m_isTextBlank = false;
 }
 
-void CXmlTreeBuilder::EndCData() {
+void CXmlBuilder::EndCData() {
     m_isTextOpen = false;
-    AddTextNode(NODE_CDATA_SECTION, 0, m_tree.Texts().Finish());
+    AddTextNode(NODE_CDATA_SECTION, 0, m_texts.Finish());
 }
 
-void CXmlTreeBuilder::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text) {
+void CXmlBuilder::AddTextNode(DOMNodeType type, std::uint32_t name, const WCHAR* text) {
     if (!TakeFrom(m_nodesLeft, 1, kTooManyNodes)) return;
-    m_pending.push_back(m_tree.AddTextNode(type, name, text));
+    m_sink.AddTextNode(type, name, text);
 }
 
-void CXmlTreeBuilder::Comment(const char* bytes) {
+void CXmlBuilder::Comment(const char* bytes) {
     if (m_isInDoctype) return;
     CloseText();
-    m_tree.Texts().Begin();
-    m_tree.Texts().Append(bytes, std::strlen(bytes));
-    AddTextNode(NODE_COMMENT, 0, m_tree.Texts().Finish());
+    m_texts.Begin();
+    m_texts.Append(bytes, std::strlen(bytes));
+    AddTextNode(NODE_COMMENT, 0, m_texts.Finish());
 }
 
-void CXmlTreeBuilder::ProcessingInstruction(const char* target, const char* data) {
+void CXmlBuilder::ProcessingInstruction(const char* target, const char* data) {
     if (m_isInDoctype) return;
     CloseText();
-    const std::uint32_t name = m_tree.Names().Intern(target);
-    m_tree.Texts().Begin();
-    m_tree.Texts().Append(data, std::strlen(data));
-    AddTextNode(NODE_PROCESSING_INSTRUCTION, name, m_tree.Texts().Finish());
+    const std::uint32_t name = m_names.Intern(target);
+    m_texts.Begin();
+    m_texts.Append(data, std::strlen(data));
+    AddTextNode(NODE_PROCESSING_INSTRUCTION, name, m_texts.Finish());
 }
 
-void CXmlTreeBuilder::SkippedEntity(const char* name, int isParameterEntity) {
+void CXmlBuilder::SkippedEntity(const char* name, int isParameterEntity) {
     if (!isParameterEntity && !m_isInDoctype) AddEntityReference(name);
 }
 
 // What has no handler of its own: markup of the prolog, and within elements only "&name;" of an external entity.
-void CXmlTreeBuilder::Unhandled(const char* bytes, int byteCount) {
+void CXmlBuilder::Unhandled(const char* bytes, int byteCount) {
     const std::string_view token(bytes, static_cast<std::size_t>(byteCount));
     if (m_frames.size() > 1 && token.starts_with('&')) AddEntityReference(token.substr(1, token.size() - 2));
 }
 
-void CXmlTreeBuilder::AddEntityReference(std::string_view name) {
+void CXmlBuilder::AddEntityReference(std::string_view name) {
     CloseText();
-    const std::uint32_t number = m_tree.Names().Intern(name);
-    m_tree.Texts().Begin();
-    AddTextNode(NODE_ENTITY_REFERENCE, number, m_tree.Texts().Finish());
+    const std::uint32_t number = m_names.Intern(name);
+    m_texts.Begin();
+    AddTextNode(NODE_ENTITY_REFERENCE, number, m_texts.Finish());
 }
 
 // The parser itself takes any version.
-void CXmlTreeBuilder::XmlDeclaration(const char* version, const char*, int) {
+void CXmlBuilder::XmlDeclaration(const char* version, const char*, int) {
     const std::string_view text(version ? version : "1.0");
     const bool isWellFormed =
         text.size() > 2 && text.starts_with("1.") && text.find_first_not_of("0123456789", 2) == std::string_view::npos;
     if (!isWellFormed) Stop(kBadVersion);
 }
 
-void CXmlTreeBuilder::AttributeDeclaration(const char* element, const char*, const char*, const char*, int) {
-    const std::uint32_t number = m_tree.Names().Intern(element);
+void CXmlBuilder::AttributeDeclaration(const char* element, const char*, const char*, const char*, int) {
+    const std::uint32_t number = m_names.Intern(element);
     if (number >= m_declaredAttrs.size()) m_declaredAttrs.resize(number + std::size_t{1});
     if (++m_declaredAttrs[number] > kMostDeclaredAttrs) Stop(kTooManyDeclared);
 }
 
-void CXmlTreeBuilder::EntityDeclaration(const char*, int, const char* value, int valueBytes, const char*, const char*,
-                                        const char*, const char*) {
+void CXmlBuilder::EntityDeclaration(const char*, int, const char* value, int valueBytes, const char*, const char*,
+                                    const char*, const char*) {
     if (!value) return;
     const std::string_view text(value, static_cast<std::size_t>(valueBytes));
     bool refersToEntities = text.find('%') != std::string_view::npos;
@@ -229,7 +222,7 @@ void CXmlTreeBuilder::EntityDeclaration(const char*, int, const char* value, int
     if (refersToEntities && --m_nestingEntitiesLeft < 0) Stop(kTooManyEntities);
 }
 
-bool CXmlTreeBuilder::TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason) {
+bool CXmlBuilder::TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason) {
     rest -= amount;
     if (rest >= 0) [[likely]]
         return true;
@@ -238,7 +231,7 @@ bool CXmlTreeBuilder::TakeFrom(std::int64_t& rest, std::int64_t amount, const ch
 }
 
 // The parser may still report a thing or two on its way out; Handle drops them.
-void CXmlTreeBuilder::Stop(const char* reason) {
+void CXmlBuilder::Stop(const char* reason) {
     if (m_isStopped) return;
     m_isStopped = true;
     m_stopReason = reason;

@@ -1,4 +1,4 @@
-// Builds the tree from what the parser reports.
+// Makes the nodes of what the parser reports.
 //
 // What the parser itself does not bound is bounded here, against small files that unfold to large trees: the number of
 // nodes and attributes, the amount of text, how deeply entities may refer to each other, and how many attributes an
@@ -12,17 +12,14 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/linux/xml_tree.h"
+#include "platform/linux/xml_sink.h"
 
-class CXmlTreeBuilder {
+class CXmlBuilder {
 public:
-    /// `tree` is empty and `parser` fresh; `sourceBytes` is the size of the XML in UTF-8.
-    CXmlTreeBuilder(CXmlTree& tree, XML_Parser parser, std::size_t sourceBytes);
-    CXmlTreeBuilder(const CXmlTreeBuilder&) = delete;
-    CXmlTreeBuilder& operator=(const CXmlTreeBuilder&) = delete;
-
-    /// To be called when the parser is through.
-    void Finish();
+    /// `sink` and `parser` are fresh; `sourceBytes` is the size of the XML in UTF-8.
+    CXmlBuilder(CXmlSink& sink, XML_Parser parser, std::size_t sourceBytes);
+    CXmlBuilder(const CXmlBuilder&) = delete;
+    CXmlBuilder& operator=(const CXmlBuilder&) = delete;
 
     /// Why the parser was stopped from here: a sentence, or null.
     const char* StopReason() const { return m_stopReason; }
@@ -33,8 +30,7 @@ public:
 
 private:
     struct Frame {
-        XmlNodeId node;
-        std::uint32_t firstPending;
+        std::uint32_t name;
         bool keepsBlanks;  // xml:space="preserve" is in force
     };
     struct CachedName {
@@ -70,12 +66,13 @@ private:
     bool TakeFrom(std::int64_t& rest, std::int64_t amount, const char* reason);
     void Stop(const char* reason);
 
-    CXmlTree& m_tree;
+    CXmlSink& m_sink;
+    CTextArena& m_texts;  // of the sink
+    CXmlNames& m_names;   // of the sink
     XML_Parser m_parser;
-    std::vector<Frame> m_frames;       // the document and the open elements
-    std::vector<XmlNodeId> m_pending;  // children of open elements, the innermost element's last
-    bool m_isTextOpen = false;         // in the tree's arena
-    bool m_isTextBlank = false;        // and so far holds nothing but white space that may be dropped
+    std::vector<Frame> m_frames;  // the document and the open elements
+    bool m_isTextOpen = false;    // in m_texts
+    bool m_isTextBlank = false;   // and so far holds nothing but white space that may be dropped
     bool m_isInDoctype = false;
     bool m_isStopped = false;
     bool m_isOutOfMemory = false;

@@ -12,6 +12,7 @@
 #include "platform/linux/xml_faces.h"
 #include "platform/linux/xml_reader.h"
 #include "platform/linux/xml_tree.h"
+#include "platform/xml_steps.h"
 
 /// Nothing is thrown at a caller: what runs out of memory says so.
 template <class Operation>
@@ -23,7 +24,7 @@ HRESULT Guarded(Operation operation) noexcept {
     }
 }
 
-class CXmlDocument final : public IXMLDOMDocument2 {
+class CXmlDocument final : public IXMLDOMDocument2, public IXmlStepSource {
 public:
     CXmlDocument();
 
@@ -69,6 +70,7 @@ public:
     HRESULT createCDATASection(BSTR text, IXMLDOMCDATASection** node) override;
     HRESULT createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** node) override;
     HRESULT load(VARIANT path, VARIANT_BOOL* done) override;
+    HRESULT loadSteps(VARIANT path, CXmlStepReceiver* receiver, VARIANT_BOOL* done) override;
     HRESULT get_parseError(IXMLDOMParseError** error) override;
     HRESULT put_async(VARIANT_BOOL async) override;
     HRESULT save(VARIANT path) override;
@@ -87,6 +89,7 @@ private:
     };
     bool AddFreeFaces();
     void MakeComposer();
+    HRESULT LoadInto(CXmlSink& sink, const VARIANT& path);
     template <class Face, class Interface, class Operation>
     HRESULT Create(Interface** out, Operation operation);
 

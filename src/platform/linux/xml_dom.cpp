@@ -131,6 +131,11 @@ HRESULT CXmlDocument::AppendTo(const ComposedNode* parent, IXMLDOMNode* child, I
 }
 
 HRESULT CXmlDocument::QueryInterface(const IID& iid, void** out) {
+    if (iid == IID_IXmlStepSource) {
+        *out = static_cast<IXmlStepSource*>(this);
+        AddRef();
+        return S_OK;
+    }
     const bool isKnown =
         iid == IID_IUnknown || iid == IID_IXMLDOMNode || iid == IID_IXMLDOMDocument || iid == IID_IXMLDOMDocument2;
     *out = isKnown ? static_cast<IXMLDOMDocument2*>(this) : nullptr;
@@ -203,22 +208,42 @@ HRESULT CXmlDocument::createProcessingInstruction(BSTR target, BSTR data, IXMLDO
         node, [&](ComposedNode& made) { return Composer().MakeInstruction(BstrView(target), BstrView(data), made); });
 }
 
+// S_FALSE for a file that is refused.
+HRESULT CXmlDocument::LoadInto(CXmlSink& sink, const VARIANT& path) {
+    auto fault = std::make_unique<XmlFault>();
+    if (!ReadXmlFile(path.bstrVal, sink, *fault)) {
+        m_fault = std::move(fault);
+        return S_FALSE;
+    }
+    m_isLoaded = true;
+    m_fault.reset();
+    return S_OK;
+}
+
 HRESULT CXmlDocument::load(VARIANT path, VARIANT_BOOL* done) {
     if (done) *done = VARIANT_FALSE;
     if (path.vt != VT_BSTR) return E_INVALIDARG;
     if (m_isLoaded || m_composer) return E_UNEXPECTED;
     return Guarded([&] {
         auto tree = std::make_unique<CXmlTree>();
-        auto fault = std::make_unique<XmlFault>();
-        if (!ReadXmlFile(path.bstrVal, *tree, *fault)) {
-            m_fault = std::move(fault);
-            return S_FALSE;
-        }
-        m_isLoaded = true;
-        m_fault.reset();
+        CXmlTreeSink sink(*tree);
+        const HRESULT result = LoadInto(sink, path);
+        if (result != S_OK) return result;
         m_emptyTree = std::exchange(m_tree, std::move(tree));
         if (done) *done = VARIANT_TRUE;
         return S_OK;
+    });
+}
+
+HRESULT CXmlDocument::loadSteps(VARIANT path, CXmlStepReceiver* receiver, VARIANT_BOOL* done) {
+    if (done) *done = VARIANT_FALSE;
+    if (path.vt != VT_BSTR || !receiver) return E_INVALIDARG;
+    if (m_isLoaded || m_composer) return E_UNEXPECTED;
+    return Guarded([&] {
+        CXmlStepSink sink(*receiver);
+        const HRESULT result = LoadInto(sink, path);
+        if (done && result == S_OK) *done = VARIANT_TRUE;
+        return result;
     });
 }
 

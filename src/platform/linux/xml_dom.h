@@ -4,7 +4,8 @@
 // and character references become text; adjacent text is one node; CDATA sections stay apart, empty ones too; comments
 // and processing instructions are nodes and part a text in two; so does an entity that is declared outside the file or
 // not at all, which becomes an entity reference node without children: nothing outside the file is ever read.
-// Attributes come in source order, those with default values last. A document loads once.
+// Attributes come in source order, those with default values last. A document loads once; by IXmlStepSource
+// (platform/xml_steps.h) it does so without keeping a tree.
 //
 // Making. Nodes that are created and appended become text at once (linux/xml_composer.h): a document is filled from
 // front to back, cannot be read back, and is either loaded or made.

@@ -54,10 +54,10 @@ void SetPlace(XmlFault& fault, std::string_view utf8, std::size_t offset) {
     fault.sourceLine = TextOf(utf8.substr(lineStart, lineEnd - lineStart));
 }
 
-// One load, from the file's bytes to the tree.
+// One load, from the file's bytes to the nodes.
 class CXmlReader {
 public:
-    CXmlReader(CXmlTree& tree, XmlFault& fault) : m_tree(tree), m_fault(fault) {}
+    CXmlReader(CXmlSink& sink, XmlFault& fault) : m_sink(sink), m_fault(fault) {}
 
     bool Read(const WCHAR* path);
 
@@ -68,11 +68,11 @@ private:
     bool ParseUtf8();
     bool ParseConverted();
     bool HasRightName();
-    bool Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8);
+    bool Finish(CXmlBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8);
     bool FailUnreadable();
     bool FailEncoding(std::string_view utf8);
 
-    CXmlTree& m_tree;
+    CXmlSink& m_sink;
     XmlFault& m_fault;
     XmlEncoding m_encoding;
     char m_head[kXmlEncodingHeadBytes] = {};
@@ -128,7 +128,7 @@ bool CXmlReader::ParseDirect(CInputFile& file, std::size_t size) {
     const std::int64_t got = file.Read(bytes + m_headBytes, size - m_headBytes);
     if (got < 0) return FailUnreadable();
     size = m_headBytes + static_cast<std::size_t>(got);
-    CXmlTreeBuilder builder(m_tree, parser.get(), size);
+    CXmlBuilder builder(m_sink, parser.get(), size);
     const bool isWhole = XML_ParseBuffer(parser.get(), static_cast<int>(size), XML_TRUE) == XML_STATUS_OK;
     return Finish(builder, parser.get(), isWhole, std::string_view(bytes, size));
 }
@@ -137,7 +137,7 @@ bool CXmlReader::ParseUtf8() {
     const ParserOwner parser(XML_ParserCreate("UTF-8"));
     if (!parser) throw std::bad_alloc();
     const std::string_view utf8(m_source.bytes.get(), m_source.size);
-    CXmlTreeBuilder builder(m_tree, parser.get(), utf8.size());
+    CXmlBuilder builder(m_sink, parser.get(), utf8.size());
     std::size_t done = 0;
     bool isWhole = true;
     do {
@@ -165,9 +165,9 @@ bool CXmlReader::ParseConverted() {
     return false;
 }
 
-bool CXmlReader::Finish(CXmlTreeBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8) {
+bool CXmlReader::Finish(CXmlBuilder& builder, XML_Parser parser, bool isWhole, std::string_view utf8) {
     if (isWhole) {
-        builder.Finish();
+        m_sink.Finish();
         return true;
     }
     const XML_Error code = XML_GetErrorCode(parser);
@@ -214,6 +214,6 @@ bool CXmlReader::FailEncoding(std::string_view utf8) {
 
 }  // namespace
 
-bool ReadXmlFile(const WCHAR* path, CXmlTree& tree, XmlFault& fault) {
-    return CXmlReader(tree, fault).Read(path);
+bool ReadXmlFile(const WCHAR* path, CXmlSink& sink, XmlFault& fault) {
+    return CXmlReader(sink, fault).Read(path);
 }

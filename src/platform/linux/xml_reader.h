@@ -1,9 +1,9 @@
-// Reads an XML file into a tree.
+// Reads an XML file: its nodes go into a sink.
 #pragma once
 
 #include <cstdint>
 
-#include "platform/linux/xml_tree.h"
+#include "platform/linux/xml_sink.h"
 #include "platform/text.h"
 
 /// Why a file did not load, and where.
@@ -15,6 +15,6 @@ struct XmlFault {
     std::uint64_t column = 0;      // in characters, from 1
 };
 
-/// False, and `fault` filled, when the file cannot be read or is not well-formed; the tree is then good for nothing.
-/// Memory exhaustion throws std::bad_alloc.
-bool ReadXmlFile(const WCHAR* path, CXmlTree& tree, XmlFault& fault);
+/// False, and `fault` filled, when the file cannot be read or is not well-formed; the sink, which
+/// must be fresh, then has got a part. Memory exhaustion throws std::bad_alloc.
+bool ReadXmlFile(const WCHAR* path, CXmlSink& sink, XmlFault& fault);

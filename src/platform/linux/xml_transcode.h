@@ -24,6 +24,21 @@ inline void WidenEight(const char* bytes, WCHAR* units) {
     std::memcpy(units, &wide, sizeof(wide));
 }
 
+/// Converts the white space of XML that some bytes begin with, and gives how many that are. Most files are full of line
+/// ends with a few spaces behind them.
+inline std::size_t WidenBlanks(const char* bytes, std::size_t byteCount, WCHAR* units) {
+    constexpr std::uint64_t kEightSpaces = 0x2020202020202020;
+    const auto isBlank = [](char byte) { return byte == ' ' || byte == '\n' || byte == '\t' || byte == '\r'; };
+    std::size_t done = 0;
+    for (std::uint64_t word; byteCount - done >= sizeof(word); done += sizeof(word)) {
+        std::memcpy(&word, bytes + done, sizeof(word));
+        if (word != kEightSpaces) break;
+        WidenEight(bytes + done, units + done);
+    }
+    for (; done < byteCount && isBlank(bytes[done]); ++done) units[done] = static_cast<WCHAR>(bytes[done]);
+    return done;
+}
+
 /// Converts well-formed UTF-8. `units` has room for `byteCount` code units; gives the end of what was written.
 WCHAR* WidenUtf8(const char* bytes, std::size_t byteCount, WCHAR* units);
 

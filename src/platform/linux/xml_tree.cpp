@@ -33,6 +33,13 @@ void CTextArena::MakeRoom(std::size_t unitCount) {
     m_write = text + length;
 }
 
+void CTextArena::Reuse() {
+    if (m_blocks.empty()) return;
+    m_blocks.erase(m_blocks.begin(), m_blocks.end() - 1);
+    m_free = m_blocks.back().get();
+    m_totalUnits = static_cast<std::size_t>(m_end - m_free);
+}
+
 std::uint32_t CXmlNames::Intern(std::string_view name) {
     if (m_slots.empty()) m_slots.assign(kFirstNameSlots, kFreeSlot);
     const std::uint32_t hash = HashNameBytes(name.data(), name.size());

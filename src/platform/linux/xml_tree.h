@@ -62,6 +62,15 @@ public:
         m_write += units.size();
     }
 
+    /// The white space that these bytes begin with. Gives how many that are.
+    std::size_t AppendBlanks(const char* bytes, std::size_t byteCount) {
+        if (m_end - m_write <= static_cast<std::ptrdiff_t>(byteCount)) [[unlikely]]
+            MakeRoom(byteCount);
+        const std::size_t blankCount = WidenBlanks(bytes, byteCount, m_write);
+        m_write += blankCount;
+        return blankCount;
+    }
+
     /// The open text, which lives as long as the arena. Without Finish the next Begin drops it.
     const WCHAR* Finish() {
         const std::size_t length = static_cast<std::size_t>(m_write - m_text);
@@ -80,6 +89,15 @@ public:
         Append(units);
         return Finish();
     }
+
+    /// Takes the text that was finished last back.
+    void DropLast() { m_free = m_text - kPrefixUnits; }
+
+    /// More than one block is in use.
+    bool HasGrown() const { return m_blocks.size() > 1; }
+
+    /// Drops all texts. The next ones use the last block again.
+    void Reuse();
 
 private:
     static constexpr std::size_t kPrefixUnits = sizeof(std::uint32_t) / sizeof(WCHAR);
