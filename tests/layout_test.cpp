@@ -63,12 +63,11 @@ TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
         {"no words", emptyRoot, "", emptyRoot},
         {"bytes behind the tree", CBytes().Words({u"a"}).Element(0, 0).Raw({9, 9, 9}), "a",
          CBytes().Words({u"a"}).Element(0, 0)},
-        {"attribute count -1", CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(kNoWord).Number(0), "a",
-         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(kNoWord).Number(0)},
+        {"attribute count -1", CBytes().Words({u"a"}).Head(0, kNoWord, kNoWord, 0), "a",
+         CBytes().Words({u"a"}).Head(0, kNoWord, kNoWord, 0)},
         {"child count -2", CBytes().Words({u"a"}).Element(0, -2), "a", CBytes().Words({u"a"}).Element(0, -2)},
-        {"the least counts",
-         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(0x80000000).Number(0x80000000), "a",
-         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(0x80000000).Number(0x80000000)},
+        {"the least counts", CBytes().Words({u"a"}).Head(0, kNoWord, 0x80000000, 0x80000000), "a",
+         CBytes().Words({u"a"}).Head(0, kNoWord, 0x80000000, 0x80000000)},
         {"a zero in a word ends it", CBytes().Words({{u'a', 0, u'b'}, u"c"}).Element(0, 1).TextNode(1), "a('c')",
          CBytes().Words({u"a", u"c"}).Element(0, 1).TextNode(1)},
         {"odd last word", CBytes().Number(1).Number(3).Raw({0x41, 0}).Element(0, 0), "A\x01",
@@ -167,8 +166,7 @@ TEST_F(Layout, CountsThatTheBytesCannotHoldFail) {
         {"more children than bytes", CBytes().Words({u"a"}).Element(0, 7).TextNode(0)},
         {"together more children than bytes", CBytes().Words({u"a"}).Element(0, 20).Element(0, 20).Raw(
                                                   {9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9})},
-        {"an attribute table past the end",
-         CBytes().Words({u"a"}).Raw({1}).Number(0).Number(kNoWord).Number(0x7FFFFFFF).Number(0)},
+        {"an attribute table past the end", CBytes().Words({u"a"}).Head(0, kNoWord, 0x7FFFFFFF, 0)},
         {"2^31 - 1 children", CBytes().Words({u"a"}).Element(0, 0x7FFFFFFF).TextNode(0)},
     };
     for (const Row& row : rows) {
