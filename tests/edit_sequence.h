@@ -119,7 +119,15 @@ public:
     }
 
     void Finish() {
-        if (m_isLazy && !::testing::Test::HasFailure()) Check(true);
+        if (::testing::Test::HasFailure()) return;
+        if (m_isLazy) Check(true);
+        for (Handle& a : m_handles) {
+            for (const Handle& b : m_handles) {
+                for (const bool deep : {false, true}) {
+                    EXPECT_EQ(b.real->IsEqual(&a.real, deep), plain::Equal(b.model, a.model, deep));
+                }
+            }
+        }
     }
 
     /// Calls that found no memory.
@@ -179,10 +187,13 @@ private:
         return call();
     }
 
+    static bool IsAnyLeftOut(const plain::Node* node) {
+        return !node->hasRecord || std::any_of(node->children.begin(), node->children.end(), IsAnyLeftOut);
+    }
+
     // It holds what the document shows: edits that a failed call has left half done must not be missing from it.
     void CheckFileOfUnmodified(const Documents& document) {
-        const auto isLeftOut = [&](const auto& node) { return node->doc == document.model.get() && !node->hasRecord; };
-        if (!document.model->root || std::any_of(m_nodes.begin(), m_nodes.end(), isLeftOut)) return;
+        if (!document.model->root || IsAnyLeftOut(document.model->root)) return;
         std::filesystem::remove(m_files.odd.file);
         EXPECT_TRUE(document.real->SaveToFile(m_files.odd.path.c_str()));
         std::vector<std::unique_ptr<plain::Node>> nodes;

@@ -66,3 +66,31 @@ TEST(ModelEdit, ADocumentDoesNotGrowWithEveryLoad) {
     }
     EXPECT_LE(LiveBlockCount(), blocks + 10);
 }
+
+TEST(ModelEdit, HeldChildrenOfAReleasedParentNeedNoMemory) {
+    const DocumentPtr document =
+        LoadedDocument(CBytes().Words({u"unused", u"a", u"b"}).Element(1, 1).Element(1, 2).Element(2, 0).Element(2, 0));
+    NodePtr parent = NodeAt(document.get(), {0});
+    const NodePtr children[] = {NodeAt(document.get(), {0, 0}), NodeAt(document.get(), {0, 1})};
+    parent->RemoveFromParent();
+    std::vector<NodePtr> others;  // with these the document has listed as many as it has room for
+    for (int i = 0; i < 7; ++i) others.push_back(NewElement(document.get(), WTEXT("e")));
+    {
+        const CFailingNew failing(0);
+        parent.reset();
+    }
+    SavedBytes(document.get(), CTestFolder());  // without their words
+    for (const NodePtr& child : children) EXPECT_EQ(Notation(child.get()), "b");
+}
+
+// Storing again what is stored already is left out, but not once the words are other ones.
+TEST(ModelEdit, AttributesAreStoredAnewAfterTheDictionaryHasChanged) {
+    const DocumentPtr document = LoadedDocument(CBytes().Words({u"a", u"x", u"1", u"id"}).Element(0, 0, {1, 2, 3, 2}));
+    const NodePtr root = RootOf(document.get());
+    EXPECT_FALSE(root->RemoveAttribute(WTEXT("none")));
+    document->ClearDictionary();
+    EXPECT_EQ(Notation(root.get()), "[(null)=(null)][(null)=(null)]");
+    EXPECT_FALSE(root->RemoveAttribute(WTEXT("none")));
+    EXPECT_FALSE(document->IsModified());
+    EXPECT_EQ(Notation(root.get()), "[=]");
+}
