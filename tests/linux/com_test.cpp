@@ -68,22 +68,15 @@ TEST(Com, OnlyTheOneClassIsMade) {
     const auto document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(out));
     EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, document.Get(), 1, IID_IUnknown, &out), CLASS_E_NOAGGREGATION);
 
-    // Loads that fail leave it as it was; after one that succeeds it is not loaded or edited any more.
-    CComRef<IXMLDOMNodeList> children;
-    ASSERT_EQ(document->get_childNodes(children.Out()), S_OK);
+    // Loads that fail leave it as it was, and it can still be edited.
     VARIANT_BOOL isDone = VARIANT_TRUE;
-    VARIANT number = {};
-    EXPECT_EQ(document->load(number, &isDone), E_INVALIDARG);
     const CVariant missing{TextView(u"/no/such/file")};
+    EXPECT_EQ(document->load(VARIANT{}, &isDone), E_INVALIDARG);
     for (int i = 0; i < 2; ++i) EXPECT_EQ(document->load(missing.Get(), &isDone), S_FALSE);
     EXPECT_EQ(isDone, VARIANT_FALSE);
     CComRef<IXMLDOMElement> element;
     EXPECT_EQ(document->get_documentElement(element.Out()), S_FALSE);
-    LONG count = -1;
-    EXPECT_EQ(children->get_length(&count), S_OK);
-    EXPECT_EQ(count, 0);
-    const CBstr name{TextView(u"a")};
-    EXPECT_EQ(document->createElement(name.Get(), element.Out()), S_OK);
+    EXPECT_EQ(document->createElement(CBstr(TextView(u"a")).Get(), element.Out()), S_OK);
     EXPECT_EQ(document->load(missing.Get(), &isDone), E_UNEXPECTED);
 }
 
