@@ -106,12 +106,16 @@ bool Node::SetName(const Text& text) {
     return true;
 }
 
+std::vector<std::pair<Text, Text>>::iterator Node::Pending(const Text& key) {
+    return std::find_if(attrs.begin(), attrs.end(), [&](const auto& pair) { return pair.first == key; });
+}
+
 void Node::LoadAttributes() {
     if (!IsElement()) return;
     for (const auto& entry : record.attrs) {
         const Text key = doc->dict.Word(entry.first);
         const Text text = doc->dict.Word(entry.second);
-        const auto same = std::find_if(attrs.begin(), attrs.end(), [&](auto& pair) { return pair.first == key; });
+        const auto same = Pending(key);
         if (same != attrs.end()) {
             same->second = text;
         } else {
@@ -142,7 +146,7 @@ void Node::StoreAttributes(Dict& dict) {
 bool Node::SetAttribute(const Text& key, const Text& text) {
     if (!doc || key.empty()) return false;
     LoadAttributes();
-    const auto same = std::find_if(attrs.begin(), attrs.end(), [&](auto& pair) { return pair.first == key; });
+    const auto same = Pending(key);
     if (same == attrs.end()) {
         attrs.emplace_back(Folded(key), text);
         doc->modified = true;
@@ -157,7 +161,7 @@ bool Node::SetAttribute(const Text& key, const Text& text) {
 bool Node::RemoveAttribute(const Text& key) {
     if (!doc || key.empty()) return false;
     LoadAttributes();
-    const auto same = std::find_if(attrs.begin(), attrs.end(), [&](auto& pair) { return pair.first == key; });
+    const auto same = Pending(key);
     const bool found = same != attrs.end();
     if (found) {
         attrs.erase(same);

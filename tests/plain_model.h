@@ -68,6 +68,7 @@ struct Node {
     bool Remove();
     Node* Clone(bool deep);
 
+    std::vector<std::pair<Text, Text>>::iterator Pending(const Text& key);
     void LoadAttributes();
     void StoreAttributes(Dict& dict);
     void StoreValue(Dict& dict);
