@@ -88,6 +88,18 @@ TEST(ScriptResult, OpensToTheTree) {
     }
 }
 
+// Each kind of item after each, at every place of a block.
+TEST(ScriptResult, ItemsOfEveryLengthOpenAsTheModelSays) {
+    for (std::size_t length = 1; length < 140; ++length) {
+        const std::string plain(length, 'x');
+        std::string list = "(";
+        for (const char* before : {"", "(", "\"", "\"\\", "*", "'", " "}) {
+            for (const char* after : {"", ")", "\"", "\\\" \""}) list += before + plain + after + " " + plain + " ";
+        }
+        ASSERT_EQ(ScriptNotation(Parsed(list + ")").Get(), true), ScriptModelNotation(Wide(list + ")"))) << length;
+    }
+}
+
 TEST(ScriptResult, MillionsOfItemsLinesAndEscapes) {
     const std::int32_t itemCount = 1'000'000;
     std::string list = "(";
