@@ -15,11 +15,10 @@ SmallTree RandomDocument(unsigned seed);
 /// What the rules of the export make of a tree whose root has a good name.
 SmallTree Predicted(const SmallTree& tree);
 
-/// A tree, the DOM built for it in the notation of dom_tree.h, and the file saved from that, behind its declaration.
+/// A tree, and the file that is saved of it, behind its declaration.
 struct ExportCase {
     const char* name;
     SmallTree tree;
-    std::string dom;
     std::string file;
 };
 std::vector<ExportCase> ExportCases();
