@@ -114,6 +114,8 @@ std::vector<ExportCase> ExportCases() {
         {"white space", E(a, {E(b, {T(WTEXT(" \r\n"))}), E(c, {T(WTEXT("1\r\n2\r"))})}),
          "<a>\r\n\t<b> \r\n</b>\r\n\t<c>1&#13;\n2&#13;</c>\r\n</a>"},
         {"outside the basic plane", E(a, {T(WTEXT("\U0001D11E"))}), "<a>\U0001D11E</a>"},
+        {"a pair at the end of a long part", E(a, {T(Text(16383, WCHAR('x')) + WTEXT("\U0001D11E"))}),
+         "<a>" + std::string(16383, 'x') + "\U0001D11E</a>"},
         // What XML cannot hold cuts its element short; the siblings follow.
         {"a name that is none", E(a, {E(WTEXT("1b"), {E(c)}), E(c)}), "<a>\r\n\t<c/>\r\n</a>"},
         {"no name", E(a, {E({}, {E(c)}), E(c)}), "<a>\r\n\t<c/>\r\n</a>"},
@@ -123,7 +125,7 @@ std::vector<ExportCase> ExportCases() {
          "<a>\r\n\t<b a=\"\"/>\r\n\t<c/>\r\n</a>"},
         {"an attribute value that is none", E(a, {E(c)}, {{WTEXT("a"), WTEXT("\x01")}}), "<a/>"},
         {"a control character", E(a, {E(b, {T(WTEXT("\x01"))}), E(c)}), "<a>\r\n\t<b/>\r\n\t<c/>\r\n</a>"},
-        {"half a surrogate pair", E(a, {E(b), T(Text(1, WCHAR(0xD800))), E(c)}), "<a>\r\n\t<b/></a>"},
+        {"half a surrogate pair", E(a, {E(b), T(Text(20000, WCHAR('x')) + WCHAR(0xD800)), E(c)}), "<a>\r\n\t<b/></a>"},
         {"U+FFFE in a script", E(s, {E(b), C(Text(1, WCHAR(0xFFFE))), E(c)}), "<script>\r\n\t<b/></script>"},
     };
 }
