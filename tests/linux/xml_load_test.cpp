@@ -1,10 +1,9 @@
-// What a loaded XML document holds: the load rules row by row, and the walk's way through them.
+// What a loaded XML document holds: the load rules row by row.
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "dom_tree.h"
-#include "xml/msxml_helper.h"
 
 namespace {
 
@@ -95,25 +94,6 @@ TEST_F(XmlLoad, FollowsTheRules) {
     for (const auto& row : rows) EXPECT_EQ(Loaded(row.xml), row.tree) << row.name << ": " << row.xml;
 }
 
-TEST_F(XmlLoad, TheDocumentShowsWhatIsAroundItsElement) {
-    const auto document = Load("<!--1--><?p 2?><!DOCTYPE a [<!--no--><?no no?>]><a/><!--3-->");
-    ASSERT_TRUE(document);
-    CComRef<IXMLDOMNodeList> list;
-    CheckCom(document->get_childNodes(list.Out()));
-    LONG count = 0;
-    CheckCom(list->get_length(&count));
-    std::string shown;
-    for (LONG i = -1; i <= count; ++i) {
-        CComRef<IXMLDOMNode> child;
-        EXPECT_EQ(list->get_item(i, child.Out()), i < 0 || i == count ? S_FALSE : S_OK);
-        if (!child) continue;
-        DOMNodeType type = NODE_INVALID;
-        child->get_nodeType(&type);
-        if (type != 10) shown += Notation(ReadDom(*child.Get()));  // some DOMs show the document type
-    }
-    EXPECT_EQ(shown, "<!--1--><?p 2?><a></a><!--3-->");
-}
-
 TEST_F(XmlLoad, EveryPrefixIsRefused) {
     const std::string files[] = {
         "<?xml version=\"1.0\" encoding='utf-8'?>\n<!DOCTYPE a [<!ENTITY e 'x'><!ATTLIST a b CDATA 'c'>]>\n"
@@ -125,16 +105,6 @@ TEST_F(XmlLoad, EveryPrefixIsRefused) {
         ASSERT_NE(Loaded(file), "(refused)");
         for (std::size_t size = 0; size < file.size(); ++size) EXPECT_EQ(Loaded(file.substr(0, size)), "(refused)");
     }
-}
-
-TEST_F(XmlLoad, AnEmptyDocumentHoldsItsDeclarationAlone) {
-    const auto document = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::CreateXmlDocument(WTEXT("utf-8")));
-    ASSERT_TRUE(document);
-    const CVariant path{TextView(m_folder.Path("empty.xml"))};
-    CheckCom(document->save(path.Get()));
-    std::vector<unsigned char> saved = ReadBytes(m_folder.File("empty.xml"));
-    while (!saved.empty() && (saved.back() == '\r' || saved.back() == '\n')) saved.pop_back();
-    EXPECT_EQ(std::string(saved.begin(), saved.end()), "<?xml version=\"1.0\" encoding=\"utf-8\"?>");
 }
 
 }  // namespace
