@@ -83,10 +83,19 @@ void __wrap_free(void* block) {
 
 }  // extern "C"
 
-// In place of the standard library's own, also for what it does by itself; arrays come by here too.
+// In place of the standard library's own, also for what it does by itself; and in place of a sanitizer's, which has all
+// of these.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size > 0 ? size : 1);
+}
+
 void* operator new(std::size_t size) {
-    if (void* const block = std::malloc(size > 0 ? size : 1)) return block;
+    if (void* const block = operator new(size, std::nothrow)) return block;
     throw std::bad_alloc();
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
 }
 
 void operator delete(void* block) noexcept {
@@ -94,5 +103,13 @@ void operator delete(void* block) noexcept {
 }
 
 void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
     std::free(block);
 }

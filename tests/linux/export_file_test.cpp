@@ -15,6 +15,7 @@
 #include "failing_new.h"
 #include "model/document.h"
 #include "platform/utf8.h"
+#include "xml/msxml_helper.h"
 
 namespace {
 
@@ -103,6 +104,13 @@ TEST(ExportFiles, NodesOfOtherTypesAreLeftOut) {
     const CTestFolder folder;
     ASSERT_TRUE(document->ExportToXml(folder.Path("out.xml").c_str()));
     EXPECT_EQ(ReadText(folder.File("out.xml")), kDeclaration + std::string("<a>\r\n</a>"));
+}
+
+TEST(ExportFiles, OtherEncodingsAreNotSaved) {
+    const CTestFolder folder;
+    const auto document = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::CreateXmlDocument(WTEXT("GBK")));
+    EXPECT_EQ(document->save(CVariant(TextView(folder.Path("out.xml"))).Get()), E_FAIL);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("out.xml")));
 }
 
 TEST(ExportFiles, WhatIsModifiedIsRebuiltFirst) {

@@ -94,6 +94,16 @@ TEST_F(XmlLoad, FollowsTheRules) {
     for (const auto& row : rows) EXPECT_EQ(Loaded(row.xml), row.tree) << row.name << ": " << row.xml;
 }
 
+TEST_F(XmlLoad, TheDocumentShowsWhatIsAroundItsElement) {
+    const auto document = Load("<!--1--><?p 2?><!DOCTYPE a [<!--no--><?no no?>]><a/><!--3-->");
+    CComRef<IXMLDOMNodeList> list;
+    CheckCom(document->get_childNodes(list.Out()));
+    std::string shown;
+    CComRef<IXMLDOMNode> child;
+    for (LONG i = 0; list->get_item(i, child.Out()) == S_OK; ++i) shown += Notation(ReadDom(*child.Get()));
+    EXPECT_EQ(shown, "<!--1--><?p 2?><a></a><!--3-->");
+}
+
 TEST_F(XmlLoad, EveryPrefixIsRefused) {
     const std::string files[] = {
         "<?xml version=\"1.0\" encoding='utf-8'?>\n<!DOCTYPE a [<!ENTITY e 'x'><!ATTLIST a b CDATA 'c'>]>\n"
