@@ -4,7 +4,7 @@
 #include "support.h"
 
 void FuzzEdits(FuzzBytes bytes) {
-    static const CTestFolder folder;
+    static const edits::Files files;
     std::size_t next = 0;
     const auto choose = [&]() -> std::uint64_t {
         // Past the bytes every choice is met in turn, so that what waits for one comes to an end.
@@ -14,7 +14,7 @@ void FuzzEdits(FuzzBytes bytes) {
     const std::uint64_t settings = choose();
     g_lower = static_cast<std::int32_t>(settings % 2);
     {
-        edits::Sequence sequence(choose, folder, settings / 2 % 2 == 1);
+        edits::Sequence sequence(choose, files, settings / 2 % 2 == 1);
         while (next < bytes.size() && !::testing::Test::HasFailure()) sequence.Run(1);
         sequence.Finish();
     }

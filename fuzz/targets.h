@@ -1,7 +1,8 @@
 // What is fuzzed. Each target takes any bytes and gives them to one part of the library; when a promise of that part
 // does not hold, the process says which and aborts.
 //
-// clang's libFuzzer drives one target per program (entry.cpp). The ordinary tests run all targets over fuzz/seeds.
+// clang's libFuzzer drives one target per program (entry.cpp). The ordinary tests run all targets over fuzz/seeds, and
+// over what comes of these at random.
 #pragma once
 
 #include <cstdint>
@@ -31,9 +32,11 @@ struct FuzzTarget {
     const char* name;   // of its program, without "fuzz_"
     const char* seeds;  // its folder in fuzz/seeds
     void (*run)(FuzzBytes bytes);
+    int rounds;  // of random inputs that the ordinary tests run beside the seeds
 };
 
 inline constexpr FuzzTarget kFuzzTargets[] = {
-    {"script", "script", FuzzScript}, {"document", "document", FuzzDocument}, {"edits", "edits", FuzzEdits},
-    {"xml", "xml", FuzzXml},          {"export", "document", FuzzExport},     {"ini", "ini", FuzzIni},
+    {"script", "script", FuzzScript, 60'000},  {"document", "document", FuzzDocument, 6'000},
+    {"edits", "edits", FuzzEdits, 500},        {"xml", "xml", FuzzXml, 6'000},
+    {"export", "document", FuzzExport, 6'000}, {"ini", "ini", FuzzIni, 20'000},
 };

@@ -13,8 +13,6 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
 class Convert : public XmlTest {
 protected:
     ~Convert() override { g_lower = g_logLevel = 0; }
@@ -24,79 +22,42 @@ protected:
     }
 };
 
-std::string Hex(const Bytes& bytes) {
-    std::string hex;
-    for (const unsigned char byte : bytes) {
-        constexpr char kDigits[] = "0123456789ABCDEF";
-        hex += {kDigits[byte / 16], kDigits[byte % 16], ' '};
-    }
-    return hex;
-}
-
-// The words, then the records: kind, word indexes and counts in decimal.
-std::string Shown(const Bytes& bytes) {
-    std::string shown;
-    std::size_t at = 0;
-    const auto number = [&] {
-        at += 4;
-        return static_cast<std::int32_t>(bytes[at - 4] | bytes[at - 3] << 8 | bytes[at - 2] << 16 |
-                                         static_cast<std::uint32_t>(bytes[at - 1]) << 24);
-    };
-    if (bytes.empty()) return "(refused)";
-    for (std::int32_t words = number(); words > 0; --words) {
-        const std::size_t end = static_cast<std::size_t>(number()) + at;
-        for (; at < end; at += 2) shown += static_cast<char>(bytes[at]);
-        shown += ' ';
-    }
-    while (at < bytes.size()) {
-        const bool isElement = bytes[at++] == 1;
-        shown += isElement ? "| e" : bytes[at - 1] == 3 ? "| t" : "| c";
-        std::int32_t count = isElement ? 4 : 1;
-        for (std::int32_t i = 0; i < count; ++i) {
-            const std::int32_t value = number();
-            if (isElement && i == 2) count += 2 * value;
-            shown += ' ' + std::to_string(value);
-        }
-        shown += ' ';
-    }
-    return shown;
-}
-
-TEST_F(Convert, WorkedExamplesByteForByte) {
-    EXPECT_EQ(Hex(Converted("<a/>")),
-              "01 00 00 00 02 00 00 00 61 00 01 00 00 00 00 FF FF FF FF 00 00 00 00 00 00 00 00 ");
-    EXPECT_EQ(Hex(Converted("<r b='2' a='1'>x<![CDATA[y]]><!--c--><s/></r>")),
-              "08 00 00 00 02 00 00 00 72 00 02 00 00 00 62 00 02 00 00 00 32 00 02 00 00 00 61 00 02 00 00 00 31 00 "
-              "02 00 00 00 78 00 02 00 00 00 79 00 02 00 00 00 73 00 "
-              "01 00 00 00 00 FF FF FF FF 02 00 00 00 03 00 00 00 03 00 00 00 04 00 00 00 01 00 00 00 02 00 00 00 "
-              "03 05 00 00 00 04 06 00 00 00 01 07 00 00 00 FF FF FF FF 00 00 00 00 00 00 00 00 ");
-}
-
 TEST_F(Convert, WordsAndRecordsFollowTheRules) {
     const struct {
         int lower;
         const char* xml;
-        const char* shown;
+        Bytes document;
     } rows[] = {
-        {0, "<x>x</x>", "x | e 0 -1 0 1 | t 0 "},
-        {0, "<a><b>v</b><c>v</c></a>", "a b v c | e 0 -1 0 2 | e 1 -1 0 1 | t 2 | e 3 -1 0 1 | t 2 "},
-        {0, "<a b=''/>", "a b  | e 0 -1 1 0 1 2 "},
-        {0, "<a><![CDATA[]]></a>", "a  | e 0 -1 0 1 | c 1 "},
-        {0, "<p:e xmlns:p='u'/>", "p:e xmlns:p u | e 0 -1 1 0 1 2 "},
+        {0, "<x>x</x>", CBytes().Words({u"x"}).Element(0, 1).TextNode(0)},
+        {0, "<a><b>v</b><c>v</c></a>",
+         CBytes().Words({u"a", u"b", u"v", u"c"}).Element(0, 2).Element(1, 1).TextNode(2).Element(3, 1).TextNode(2)},
+        {0, "<a b=''/>", CBytes().Words({u"a", u"b", u""}).Element(0, 0, {1, 2})},
+        {0, "<r b='2' a='1'>x<![CDATA[y]]><!--c--><s/></r>",
+         CBytes()
+             .Words({u"r", u"b", u"2", u"a", u"1", u"x", u"y", u"s"})
+             .Element(0, 3, {3, 4, 1, 2})
+             .TextNode(5)
+             .TextNode(6, 4)
+             .Element(7, 0)},
+        {0, "<a><![CDATA[]]></a>", CBytes().Words({u"a", u""}).Element(0, 1).TextNode(1, 4)},
+        {0, "<p:e xmlns:p='u'/>", CBytes().Words({u"p:e", u"xmlns:p", u"u"}).Element(0, 0, {1, 2})},
         {0, "<!--0--><?p 0?><!DOCTYPE a [<!ENTITY x SYSTEM 'x'>]><a><!--1-->&x;t<?q?></a><!--2-->",
-         "a t | e 0 -1 0 1 | t 1 "},
-        {0, "<Item Key='V' key='v'/>", "Item Key V key v | e 0 -1 2 0 1 2 3 4 "},
-        {1, "<Item Key='V'/>", "item key V | e 0 -1 1 0 1 2 "},
-        {-1, "<Item a='Item'/>", "item a Item | e 2 -1 1 0 1 2 "},
+         CBytes().Words({u"a", u"t"}).Element(0, 1).TextNode(1)},
+        {0, "<Item Key='V' key='v'/>",
+         CBytes().Words({u"Item", u"Key", u"V", u"key", u"v"}).Element(0, 0, {1, 2, 3, 4})},
+        {1, "<Item Key='V'/>", CBytes().Words({u"item", u"key", u"V"}).Element(0, 0, {1, 2})},
+        {-1, "<Item a='Item'/>", CBytes().Words({u"item", u"a", u"Item"}).Element(2, 0, {1, 2})},
         {1, "<r><Item/><Item/><x a='Item'/></r>",
-         "r item x a | e 0 -1 0 3 | e 1 -1 0 0 | e 1 -1 0 0 | e 2 -1 1 0 3 1 "},
-        {1, "<A>A<![CDATA[B]]></A>", "a A B | e 1 -1 0 2 | t 1 | c 2 "},
-        {1, "<a C='1' c='2' B='3'/>", "a c 1 2 b 3 | e 0 -1 3 0 4 5 1 2 1 3 "},
-        {1, "<\xC3\x89 \xC3\x89='1'/>", "\xC9 1 | e 0 -1 1 0 0 1 "},  // the letters A to Z fold, no others
+         CBytes().Words({u"r", u"item", u"x", u"a"}).Element(0, 3).Element(1, 0).Element(1, 0).Element(2, 0, {3, 1})},
+        {1, "<A>A<![CDATA[B]]></A>", CBytes().Words({u"a", u"A", u"B"}).Element(1, 2).TextNode(1).TextNode(2, 4)},
+        {1, "<a C='1' c='2' B='3'/>",
+         CBytes().Words({u"a", u"c", u"1", u"2", u"b", u"3"}).Element(0, 0, {4, 5, 1, 2, 1, 3})},
+        // The letters A to Z fold, no others.
+        {1, "<\xC3\x89 \xC3\x89='1'/>", CBytes().Words({u"\xC9", u"1"}).Element(0, 0, {0, 1})},
     };
     for (const auto& row : rows) {
         g_lower = row.lower;
-        EXPECT_EQ(Shown(Converted(row.xml)), row.shown) << row.xml;
+        EXPECT_EQ(Converted(row.xml), row.document) << row.xml;
     }
 }
 

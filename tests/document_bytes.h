@@ -8,45 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "bytes.h"
 #include "model/document.h"
 #include "test_files.h"
-
-using Bytes = std::vector<unsigned char>;
-
-/// Bytes of a document, part by part.
-class CBytes {
-public:
-    CBytes& Number(std::uint32_t number) {
-        for (int shift = 0; shift < 32; shift += 8) m_bytes.push_back(static_cast<unsigned char>(number >> shift));
-        return *this;
-    }
-    CBytes& Raw(std::initializer_list<int> bytes) {
-        for (const int value : bytes) m_bytes.push_back(static_cast<unsigned char>(value));
-        return *this;
-    }
-    CBytes& Word(const std::u16string& text) {
-        Number(static_cast<std::uint32_t>(text.size() * 2));
-        for (const char16_t unit : text) Raw({unit & 0xFF, unit >> 8});
-        return *this;
-    }
-    CBytes& Words(std::initializer_list<std::u16string> words) {
-        Number(static_cast<std::uint32_t>(words.size()));
-        for (const std::u16string& word : words) Word(word);
-        return *this;
-    }
-    CBytes& Element(std::uint32_t name, std::int32_t childCount, std::vector<std::uint32_t> attrs = {},
-                    std::uint32_t own = kNoWord) {
-        Raw({1}).Number(name).Number(own).Number(static_cast<std::uint32_t>(attrs.size() / 2));
-        Number(static_cast<std::uint32_t>(childCount));
-        for (const std::uint32_t word : attrs) Number(word);
-        return *this;
-    }
-    CBytes& TextNode(std::uint32_t word, int type = 3) { return Raw({type}).Number(word); }
-    operator const Bytes&() const { return m_bytes; }
-
-private:
-    Bytes m_bytes;
-};
 
 inline std::string Narrow(const WCHAR* text) {
     if (!text) return "(null)";

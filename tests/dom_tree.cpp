@@ -9,15 +9,7 @@ namespace {
 std::string Shown(const Text& text) {
     std::string shown;
     for (const char c : TextToUtf8(text)) {
-        if (c == '\r') {
-            shown += "\\r";
-        } else if (c == '\n') {
-            shown += "\\n";
-        } else if (c == '\t') {
-            shown += "\\t";
-        } else {
-            shown += c;
-        }
+        shown += c == '\r' ? "\\r" : c == '\n' ? "\\n" : c == '\t' ? "\\t" : std::string(1, c);
     }
     return shown;
 }
@@ -63,20 +55,11 @@ SmallTree ReadDom(IXMLDOMNode& node) {
 
 std::string Notation(const SmallTree& tree) {
     const std::string text = Shown(tree.text);
-    switch (tree.type) {
-        case NODE_TEXT:
-            return "'" + text + "'";
-        case NODE_CDATA_SECTION:
-            return "[" + text + "]";
-        case NODE_ENTITY_REFERENCE:
-            return "&" + text + ";";
-        case NODE_PROCESSING_INSTRUCTION:
-            return "<?" + text + "?>";
-        case NODE_COMMENT:
-            return "<!--" + text + "-->";
-        default:
-            break;
-    }
+    if (tree.type == NODE_TEXT) return "'" + text + "'";
+    if (tree.type == NODE_CDATA_SECTION) return "[" + text + "]";
+    if (tree.type == NODE_ENTITY_REFERENCE) return "&" + text + ";";
+    if (tree.type == NODE_PROCESSING_INSTRUCTION) return "<?" + text + "?>";
+    if (tree.type == NODE_COMMENT) return "<!--" + text + "-->";
     std::string shown = "<" + text;
     for (const auto& [name, value] : tree.attrs) shown += " " + Shown(name) + "=\"" + Shown(value) + "\"";
     shown += ">";

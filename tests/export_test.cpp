@@ -1,7 +1,5 @@
-// XML export: what it refuses.
+// XML export of documents as they stand: what is refused, and what is pending.
 #include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "export/kest_c2xml.h"
 #include "export_trees.h"

@@ -2,39 +2,25 @@
 // cannot hold among them.
 #pragma once
 
-#include <random>
-
-#include "parvel/parvel.h"
-#include "platform/com_ptr.h"
 #include "small_tree.h"
 #include "test_files.h"
-
-using Random = std::mt19937;
-
-inline std::size_t Below(Random& random, std::size_t count) {
-    return random() % count;
-}
 
 /// Whether XML can hold a text, and one of the names used here.
 bool IsHeld(const Text& text);
 bool IsGoodName(const Text& name);
 
-SmallTree RandomTree(Random& random, int depth);
 /// The random tree of a seed, whose root has a good name.
 SmallTree RandomDocument(unsigned seed);
 
 /// What the rules of the export make of a tree whose root has a good name.
 SmallTree Predicted(const SmallTree& tree);
 
-/// A tree, the DOM built for it in the notation of dom_tree.h, and the file saved from that, behind its declaration.
+/// A tree, and the file that is saved of it, behind its declaration.
 struct ExportCase {
     const char* name;
     SmallTree tree;
-    std::string dom;
     std::string file;
 };
 std::vector<ExportCase> ExportCases();
 
-CComRef<IBinDocument> LoadTree(const SmallTree& tree);
-CComRef<IBinNode> RootOf(IBinDocument& document);
 bool ExportFile(const SmallTree& tree, const Text& path);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdlib>
 #include <new>
 
 namespace {
@@ -49,32 +50,15 @@ void* Counted(void* block) {
     return block;
 }
 
-void Uncount(const void* block) {
-    if (block) --g_liveBlocks;
-}
-
 }  // namespace
 
-// The linker's --wrap: who asks for X gets __wrap_X; __real_X is X itself. C++ operators go by their mangled names, in
-// which a size is m where it has 64 bits, otherwise j.
-#if __SIZEOF_SIZE_T__ == 8
-#define SIZED(name) name##m
-#else
-#define SIZED(name) name##j
-#endif
-
+// The linker's --wrap: who asks for X gets __wrap_X; __real_X is X itself.
 extern "C" {
 
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
-void* SIZED(__real__Znw)(std::size_t size);
-void* SIZED(__real__Zna)(std::size_t size);
-void __real__ZdlPv(void* block);
-void __real__ZdaPv(void* block);
-void SIZED(__real__ZdlPv)(void* block, std::size_t size);
-void SIZED(__real__ZdaPv)(void* block, std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
     return MayAllocate() ? Counted(__real_malloc(size)) : nullptr;
@@ -93,38 +77,39 @@ void* __wrap_realloc(void* block, std::size_t size) {
 }
 
 void __wrap_free(void* block) {
-    Uncount(block);
+    if (block) --g_liveBlocks;
     __real_free(block);
 }
 
-void* SIZED(__wrap__Znw)(std::size_t size) {
-    if (!MayAllocate()) throw std::bad_alloc();
-    return Counted(SIZED(__real__Znw)(size));
-}
-
-void* SIZED(__wrap__Zna)(std::size_t size) {
-    if (!MayAllocate()) throw std::bad_alloc();
-    return Counted(SIZED(__real__Zna)(size));
-}
-
-void __wrap__ZdlPv(void* block) {
-    Uncount(block);
-    __real__ZdlPv(block);
-}
-
-void __wrap__ZdaPv(void* block) {
-    Uncount(block);
-    __real__ZdaPv(block);
-}
-
-void SIZED(__wrap__ZdlPv)(void* block, std::size_t size) {
-    Uncount(block);
-    SIZED(__real__ZdlPv)(block, size);
-}
-
-void SIZED(__wrap__ZdaPv)(void* block, std::size_t size) {
-    Uncount(block);
-    SIZED(__real__ZdaPv)(block, size);
-}
-
 }  // extern "C"
+
+// In place of the standard library's own, also for what it does by itself; and in place of a sanitizer's, which has all
+// of these.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* operator new(std::size_t size) {
+    if (void* const block = operator new(size, std::nothrow)) return block;
+    throw std::bad_alloc();
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
+    std::free(block);
+}

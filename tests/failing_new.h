@@ -1,8 +1,9 @@
 // Lets the n-th allocation fail, to see what an operation does when memory runs out; and counts blocks, to
 // see that all of them come back.
 //
-// It sees what the code linked into the tests asks of new, malloc and realloc (tests/CMakeLists.txt has the linker send
-// these here), not what shared libraries do by themselves. A sanitizer's own checks stay in force behind it.
+// It sees what anybody asks of new, and what the code linked into the tests asks of malloc and its kin (the linker
+// sends these here: tests/CMakeLists.txt). A sanitizer's own checks stay in force behind it, but for that of new
+// against free; programs without this have that one, too.
 #pragma once
 
 #include <cstdint>

@@ -106,12 +106,16 @@ bool Node::SetName(const Text& text) {
     return true;
 }
 
+std::vector<std::pair<Text, Text>>::iterator Node::Pending(const Text& key) {
+    return std::find_if(attrs.begin(), attrs.end(), [&](const auto& pair) { return pair.first == key; });
+}
+
 void Node::LoadAttributes() {
     if (!IsElement()) return;
     for (const auto& entry : record.attrs) {
         const Text key = doc->dict.Word(entry.first);
         const Text text = doc->dict.Word(entry.second);
-        const auto same = std::find_if(attrs.begin(), attrs.end(), [&](auto& pair) { return pair.first == key; });
+        const auto same = Pending(key);
         if (same != attrs.end()) {
             same->second = text;
         } else {
@@ -142,7 +146,7 @@ void Node::StoreAttributes(Dict& dict) {
 bool Node::SetAttribute(const Text& key, const Text& text) {
     if (!doc || key.empty()) return false;
     LoadAttributes();
-    const auto same = std::find_if(attrs.begin(), attrs.end(), [&](auto& pair) { return pair.first == key; });
+    const auto same = Pending(key);
     if (same == attrs.end()) {
         attrs.emplace_back(Folded(key), text);
         doc->modified = true;
@@ -157,7 +161,7 @@ bool Node::SetAttribute(const Text& key, const Text& text) {
 bool Node::RemoveAttribute(const Text& key) {
     if (!doc || key.empty()) return false;
     LoadAttributes();
-    const auto same = std::find_if(attrs.begin(), attrs.end(), [&](auto& pair) { return pair.first == key; });
+    const auto same = Pending(key);
     const bool found = same != attrs.end();
     if (found) {
         attrs.erase(same);
@@ -320,10 +324,6 @@ std::uint32_t ReadNumber(const Bytes& bytes, std::size_t at) {
     return number;
 }
 
-void WriteNumber(Bytes& bytes, std::uint32_t number) {
-    for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<unsigned char>(number >> shift));
-}
-
 // Whole documents only: damaged ones have tests of their own.
 Node* ReadNode(Doc* doc, const Bytes& bytes, std::size_t& at) {
     Node* node = doc->New();
@@ -436,35 +436,26 @@ void Doc::Compact() {
     modified = false;
 }
 
-void Doc::Write(const Node* node, Bytes& out) const {
+void Doc::Write(const Node* node, CBytes& out) const {
     if (!node->hasRecord) return;
-    out.push_back(node->record.type);
-    WriteNumber(out, node->record.word);
-    if (node->record.type != 1) return;
-    WriteNumber(out, node->record.own);
-    WriteNumber(out, static_cast<std::uint32_t>(node->record.attrCount));
+    const Record& record = node->record;
+    if (record.type != 1) {
+        out.TextNode(record.word, record.type);
+        return;
+    }
     std::int32_t written = 0;
     for (const Node* child : node->children) written += child->hasRecord;
     const bool isWhole = static_cast<std::size_t>(written) == node->children.size();
-    WriteNumber(out, static_cast<std::uint32_t>(isWhole ? node->record.childCount : written));
-    for (const auto& entry : node->record.attrs) {
-        WriteNumber(out, entry.first);
-        WriteNumber(out, entry.second);
-    }
+    out.Head(record.word, record.own, static_cast<std::uint32_t>(record.attrCount),
+             static_cast<std::uint32_t>(isWhole ? record.childCount : written));
+    for (const auto& entry : record.attrs) out.Number(entry.first).Number(entry.second);
     for (const Node* child : node->children) Write(child, out);
 }
 
 Bytes Doc::Save() {
     Compact();
-    Bytes out;
-    WriteNumber(out, static_cast<std::uint32_t>(dict.words.size()));
-    for (const Text& word : dict.words) {
-        WriteNumber(out, static_cast<std::uint32_t>(word.size() * 2));
-        for (const char16_t unit : word) {
-            out.push_back(static_cast<unsigned char>(unit));
-            out.push_back(static_cast<unsigned char>(unit >> 8));
-        }
-    }
+    CBytes out;
+    out.Words(dict.words);
     if (root) Write(root, out);
     return out;
 }

@@ -9,12 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "bytes.h"
+
 namespace plain {
 
 using Text = std::u16string;
-using Bytes = std::vector<unsigned char>;
-
-inline constexpr std::uint32_t kNoWord = 0xFFFFFFFF;
 
 Text Folded(Text text);
 
@@ -69,6 +68,7 @@ struct Node {
     bool Remove();
     Node* Clone(bool deep);
 
+    std::vector<std::pair<Text, Text>>::iterator Pending(const Text& key);
     void LoadAttributes();
     void StoreAttributes(Dict& dict);
     void StoreValue(Dict& dict);
@@ -109,7 +109,7 @@ struct Doc {
 private:
     void Rebuild(Node* node, Dict& fresh);
     void ForgetIndexesPastTheEnd(Node* node);
-    void Write(const Node* node, Bytes& out) const;
+    void Write(const Node* node, CBytes& out) const;
     void HoldKept();
 };
 

@@ -4,22 +4,19 @@
 // Prints for each file n and what became of it: "converted", "exported" or "refused".
 #include <parvel/parvel.h>
 
-#include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <iostream>
-#include <string>
 
 #include "hosts/dom_repair.h"
 #include "platform/program.h"
+#include "test_files.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::basic_string<WCHAR> LibraryPath(const fs::path& path) {
-    const std::u16string text = path.u16string();
-    return {text.begin(), text.end()};
+Text LibraryPath(const fs::path& path) {
+    return CTestFolder::Wide(path.u16string());
 }
 
 fs::path Utf8Path(const std::string& bytes) {

@@ -1,15 +1,12 @@
-// The small COM layer: texts, values, the making of objects; and the fast way from UTF-8 to UTF-16.
+// The texts of the small COM layer, own and borrowed ones; and the fast way from UTF-8 to UTF-16.
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-#include "platform/com_ptr.h"
 #include "platform/linux/xml_transcode.h"
 #include "platform/linux/xml_tree.h"
 #include "platform/utf8.h"
-#include "platform/xmldom.h"
-#include "xml/msxml_helper.h"
 
 namespace {
 
@@ -54,37 +51,6 @@ TEST(Com, BorrowedTextsAreLeftAlone) {
         EXPECT_NE(own, text);
         SysFreeString(own);
     }
-}
-
-TEST(Com, OnlyTheOneClassIsMade) {
-    void* out = &out;
-    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(CoCreateInstance(IID_IUnknown, nullptr, 1, IID_IUnknown, &out), REGDB_E_CLASSNOTREG);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IXMLDOMElement, &out), E_NOINTERFACE);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(OleRun(nullptr), E_INVALIDARG);
-    ASSERT_EQ(CoCreateInstance(CLSID_DOMDocument30, nullptr, 1, IID_IXMLDOMDocument2, &out), S_OK);
-    const auto document = CComRef<IXMLDOMDocument2>::Adopt(static_cast<IXMLDOMDocument2*>(out));
-    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument30, document.Get(), 1, IID_IUnknown, &out), CLASS_E_NOAGGREGATION);
-
-    // Loads that fail leave it as it was; after one that succeeds it is not loaded or edited any more.
-    CComRef<IXMLDOMNodeList> children;
-    ASSERT_EQ(document->get_childNodes(children.Out()), S_OK);
-    VARIANT_BOOL isDone = VARIANT_TRUE;
-    VARIANT number = {};
-    EXPECT_EQ(document->load(number, &isDone), E_INVALIDARG);
-    const CVariant missing{TextView(u"/no/such/file")};
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(document->load(missing.Get(), &isDone), S_FALSE);
-    EXPECT_EQ(isDone, VARIANT_FALSE);
-    CComRef<IXMLDOMElement> element;
-    EXPECT_EQ(document->get_documentElement(element.Out()), S_FALSE);
-    LONG count = -1;
-    EXPECT_EQ(children->get_length(&count), S_OK);
-    EXPECT_EQ(count, 0);
-    const CBstr name{TextView(u"a")};
-    EXPECT_EQ(document->createElement(name.Get(), element.Out()), S_OK);
-    EXPECT_EQ(document->load(missing.Get(), &isDone), E_UNEXPECTED);
 }
 
 TEST(XmlTranscode, WidensLikeItsSlowTwin) {

@@ -61,9 +61,7 @@ TEST(MessageBox, WithoutATerminalSpeaksOnStandardError) {
     EXPECT_EQ(ErrorTextOf([] { AfxMessageBox(WTEXT("Größe: 𝄞\n,line:3\n"), 0, 0); }), "Größe: 𝄞\n,line:3\n");
     EXPECT_EQ(ErrorTextOf([] { AfxMessageBox(WTEXT("open end")); }), "open end\n");
     EXPECT_EQ(ErrorTextOf([] { AfxMessageBox(nullptr); }), "");
-}
-
-TEST(MessageBox, DoesNotPassControlCharactersOrHalfPairsOn) {
+    // Control characters and half pairs are not passed on.
     const WCHAR text[] = {0x1B, '[', '2', 'J', 0x7F, 0x9B, 0xD800, '\t', 0};
     EXPECT_EQ(ErrorTextOf([&] { AfxMessageBox(text); }), "␛[2J␡\uFFFD\uFFFD\t\n");
 }

@@ -40,11 +40,12 @@ struct FakeDom {
     }
 };
 
-template <class Interface>
-class CFake : public Interface {
+// Node, list of its children and map of its attributes in one.
+class CFake final : public IXMLDOMNode, public IXMLDOMNodeList, public IXMLDOMNamedNodeMap {
 public:
-    explicit CFake(FakeDom& dom) : m_dom(dom) { ++dom.objects; }
-    virtual ~CFake() { --m_dom.objects; }
+    CFake(FakeDom& dom, const FakeNode& node, bool isMap = false) : m_dom(dom), m_node(node), m_isMap(isMap) {
+        ++dom.objects;
+    }
 
     HRESULT QueryInterface(const IID&, void**) override { return E_NOINTERFACE; }
     ULONG AddRef() override { return ++m_references; }
@@ -53,42 +54,6 @@ public:
         if (left == 0) delete this;
         return left;
     }
-
-protected:
-    template <class Made, class Source, class Out>
-    HRESULT Give(const char* name, const Source& source, Out** out) {
-        *out = nullptr;
-        HRESULT result;
-        if (m_dom.MayGo(name, result)) *out = new Made(m_dom, source);
-        return result;
-    }
-
-    FakeDom& m_dom;
-
-private:
-    ULONG m_references = 1;
-};
-
-template <class Interface>
-class CFakeList final : public CFake<Interface> {
-public:
-    CFakeList(FakeDom& dom, const std::vector<FakeNode>& nodes) : CFake<Interface>(dom), m_nodes(nodes) {}
-    HRESULT get_item(LONG index, IXMLDOMNode** item) override;
-    HRESULT get_length(LONG* length) override {
-        HRESULT result;
-        *length = 0;
-        if (this->m_dom.MayGo("length", result)) *length = static_cast<LONG>(m_nodes.size()) - this->m_dom.missing;
-        return result;
-    }
-
-private:
-    const std::vector<FakeNode>& m_nodes;
-};
-
-class CFakeNode final : public CFake<IXMLDOMNode> {
-public:
-    CFakeNode(FakeDom& dom, const FakeNode& node) : CFake(dom), m_node(node) {}
-
     HRESULT get_nodeName(BSTR* name) override {
         HRESULT result;
         *name = m_dom.MayGo("name", result) ? SysAllocString(m_node.name.c_str()) : nullptr;
@@ -107,23 +72,35 @@ public:
         if (m_dom.MayGo("type", result)) *type = m_node.type;
         return result;
     }
-    HRESULT get_childNodes(IXMLDOMNodeList** list) override {
-        return Give<CFakeList<IXMLDOMNodeList>>("childNodes", m_node.children, list);
+    HRESULT get_childNodes(IXMLDOMNodeList** list) override { return Give("childNodes", m_node, false, list); }
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** map) override { return Give("attributes", m_node, true, map); }
+    HRESULT get_item(LONG index, IXMLDOMNode** item) override {
+        return Give("item", Items()[static_cast<std::size_t>(index)], false, item);
     }
-    HRESULT get_attributes(IXMLDOMNamedNodeMap** map) override {
-        return Give<CFakeList<IXMLDOMNamedNodeMap>>("attributes", m_node.attrs, map);
+    HRESULT get_length(LONG* length) override {
+        HRESULT result;
+        *length = m_dom.MayGo("length", result) ? static_cast<LONG>(Items().size()) - m_dom.missing : 0;
+        return result;
     }
     HRESULT appendChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
     HRESULT put_nodeTypedValue(VARIANT) override { return E_NOTIMPL; }
 
 private:
-    const FakeNode& m_node;
-};
+    ~CFake() { --m_dom.objects; }
 
-template <class Interface>
-HRESULT CFakeList<Interface>::get_item(LONG index, IXMLDOMNode** item) {
-    return this->template Give<CFakeNode>("item", m_nodes[static_cast<std::size_t>(index)], item);
-}
+    const std::vector<FakeNode>& Items() const { return m_isMap ? m_node.attrs : m_node.children; }
+    template <class Interface>
+    HRESULT Give(const char* name, const FakeNode& node, bool isMap, Interface** out) {
+        HRESULT result;
+        *out = m_dom.MayGo(name, result) ? new CFake(m_dom, node, isMap) : nullptr;
+        return result;
+    }
+
+    FakeDom& m_dom;
+    const FakeNode& m_node;
+    const bool m_isMap;
+    ULONG m_references = 1;
+};
 
 const FakeNode kTree = {NODE_ELEMENT,
                         u"Root",
@@ -145,7 +122,7 @@ Outcome Walk(FakeDom& dom, bool recordsToo) {
     CWordDict words;
     RecordBytes records;
     try {
-        const auto root = CComRef<IXMLDOMNode>::Adopt(new CFakeNode(dom, kTree));
+        const auto root = CComRef<IXMLDOMNode>::Adopt(new CFake(dom, kTree));
         recordsToo ? WriteXmlNode(root.Get(), words, records) : CollectXmlWords(root.Get(), words);
     } catch (const _com_error& error) {
         outcome.error = error.Error();
@@ -209,7 +186,7 @@ TEST(FailingDom, OddAnswers) {
     const FakeNode bare = {NODE_ELEMENT, u"a", {}, {{NODE_ATTRIBUTE, u"b", u"1", {}, {}}}, {}};
     FakeDom dom;
     dom.missing = 1;
-    const auto root = CComRef<IXMLDOMNode>::Adopt(new CFakeNode(dom, bare));
+    const auto root = CComRef<IXMLDOMNode>::Adopt(new CFake(dom, bare));
     WriteXmlNode(root.Get(), words, records);
     EXPECT_EQ(records.Size(), 17u);
 }

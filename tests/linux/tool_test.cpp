@@ -83,59 +83,90 @@ protected:
     CTestFolder m_folder;
 };
 
-TEST_F(Tool, ConvertsAndShows) {
-    const Outcome outcome = Run("parvel convert menu.xml menu.bdoc && parvel show menu.bdoc");
-    EXPECT_EQ(outcome.code, 0);
-    EXPECT_EQ(outcome.output, kMenuTree);
-    EXPECT_EQ(outcome.errors, "");
-}
-
-TEST_F(Tool, Exports) {
-    const char* xml =
-        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<menu lang=\"en\">\r\n\t<dish price=\"3\">Soup</dish>\r\n\t<dish "
+TEST_F(Tool, ShowsExactly) {
+    using namespace std::string_literals;
+    const std::string exported =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<menu lang=\"en\">\r\n\t<dish "
+        "price=\"3\">Soup</dish>\r\n\t<dish "
         "hot=\"\" price=\"7\"> &lt;big&gt;\n</dish>\r\n\t<rest>\r\n\t\t<a>\r\n\t\t\t<b/>\r\n\t\t</a>\r\n\t\t<c/>\r\n\t"
         "</rest>\r\n</menu>";
-    const char* lines[] = {
-        "parvel convert menu.xml x.bdoc && parvel export x.bdoc x.xml && cat x.xml",
-        "parvel convert menu.xml - | parvel export - -",
-        "parvel export x.bdoc x.xml && cat x.xml",
-    };
-    for (const char* line : lines) {
-        const Outcome outcome = Run(line);
-        EXPECT_EQ(outcome.output, xml) << line;
-        EXPECT_EQ(outcome.code, 0) << line << "\n" << outcome.errors;
-    }
-    const Row rows[] = {
-        {"parvel export none.bdoc y.xml", 3, nullptr, "none.bdoc: cannot open"},
-        {"parvel export menu.xml y.xml", 2, nullptr, "convert it first"},
-        {"parvel export x.bdoc none/y.xml", 3, nullptr, "none/y.xml: cannot open for writing: No such file"},
-        {"parvel export x.bdoc .", 3, nullptr, ".: cannot open for writing: Is a directory"},
-        {"parvel export x.bdoc /dev/full", 3, nullptr, "/dev/full: cannot write: No space left"},
-        {"parvel export x.bdoc x.bdoc", 4, nullptr, "x.bdoc: is the input as well"},
-        {"parvel export x.bdoc", 4, nullptr, "OUT.xml"},
-        {"test -e y.xml || { echo gone >&2; exit 1; }", 1, nullptr, "gone"},
-    };
-    Check(rows);
-}
-
-TEST_F(Tool, DoesTheSameThroughPipesAndStreams) {
+    const std::string v(201, 'v'), x(100, 'x'), y(150, 'y');
     Write("größe\x01 1.xml", kMenuXml);
-    const char* lines[] = {
-        "parvel convert menu.xml - | parvel show -",
-        "parvel convert - - <menu.xml | parvel show -",
-        "cat menu.xml | parvel convert - x.bdoc && parvel show - <x.bdoc",
-        "parvel convert /dev/stdin x.bdoc <menu.xml && parvel show x.bdoc",
-        "mkfifo pipe && (cat menu.xml >pipe &) && parvel convert pipe x.bdoc && parvel show x.bdoc",
-        "mkfifo back && (parvel convert menu.xml back &) && parvel show back",
-        "parvel convert größe*.xml größe.bdoc && parvel show größe.bdoc",
-        "ln -s menu.xml link.xml && parvel convert link.xml x.bdoc && parvel show x.bdoc",
-        "parvel convert -- menu.xml -x.bdoc && parvel show -- -x.bdoc",
-        "(trap '' PIPE; parvel convert menu.xml -) | parvel show -",
+    Write("long.xml", "<a><b x='" + v + "'/>" + x + "𝄞" + y + "</a>");
+    Write("odd.xml", "<a b='&#9;&quot;\\'>\xE2\x80\xAE\xC2\x9B[2J\x7F\xE2\x80\x8B&#13;\n</a>");
+    // A document need not come from XML: names 'x y', '' and ESC, a half surrogate pair, a record of no known type.
+    Write("names.bdoc", "\x04\0\0\0"s + "\x06\0\0\0x\0 \0y\0"s + "\0\0\0\0"s + "\x02\0\0\0\x1B\0"s +
+                            "\x02\0\0\0\0\xD8"s +
+                            "\x01\0\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0\x03\0\0\0\x01\0\0\0\x03\0\0\0"s +
+                            "\x01\x02\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\0\0\0\0"s + "\x04\x63\0\0\0"s + "\x09"s);
+    Write("lines", "first\r\n\n(\u00E4)\n");
+    Write("wide", std::string("\xFF\xFE\xE4\0\0\xD8", 6));
+    Write("wide-swapped", std::string("\xFE\xFF\0\xE4", 4));
+    Write("marked", "\xEF\xBB\xBF\u00E4");
+    const struct {
+        std::string line;
+        std::string output;
+    } rows[] = {
+        // Files, pipes and streams.
+        {"parvel convert menu.xml menu.bdoc && parvel show menu.bdoc", kMenuTree},
+        {"parvel convert menu.xml - | parvel show -", kMenuTree},
+        {"parvel convert - - <menu.xml | parvel show -", kMenuTree},
+        {"cat menu.xml | parvel convert - x.bdoc && parvel show - <x.bdoc", kMenuTree},
+        {"parvel convert /dev/stdin x.bdoc <menu.xml && parvel show x.bdoc", kMenuTree},
+        {"mkfifo pipe && (cat menu.xml >pipe &) && parvel convert pipe x.bdoc && parvel show x.bdoc", kMenuTree},
+        {"mkfifo back && (parvel convert menu.xml back &) && parvel show back", kMenuTree},
+        {"parvel convert größe*.xml größe.bdoc && parvel show größe.bdoc", kMenuTree},
+        {"ln -s menu.xml link.xml && parvel convert link.xml x.bdoc && parvel show x.bdoc", kMenuTree},
+        {"parvel convert -- menu.xml -x.bdoc && parvel show -- -x.bdoc", kMenuTree},
+        {"(trap '' PIPE; parvel convert menu.xml -) | parvel show -", kMenuTree},
+        {"parvel export menu.bdoc x.xml && cat x.xml", exported},
+        {"parvel export menu.bdoc x.xml && cat x.xml", exported},
+        {"parvel convert menu.xml - | parvel export - -", exported},
+        // Depth.
+        {"parvel show --depth 1 menu.bdoc", "menu lang=\"en\" … 3 children\n"},
+        {"parvel show menu.bdoc --depth 2",
+         "menu lang=\"en\"\n  dish price=\"3\": \"Soup\"\n  dish hot=\"\" price=\"7\" … 2 children\n"
+         "  rest … 2 children\n"},
+        {"parvel show --depth=3 menu.bdoc | tail -n 2", "    a … 1 child\n    c\n"},
+        {"parvel show --depth 4 menu.bdoc", kMenuTree},
+        // Long texts are cut unless asked for.
+        {"parvel convert long.xml long.bdoc && parvel show long.bdoc",
+         "a\n  b x=\"" + v.substr(1) + "\"… +1 characters\n  \"" + x + "𝄞" + y.substr(0, 99) + "\"… +51 characters\n"},
+        {"parvel show --full long.bdoc", "a\n  b x=\"" + v + "\"\n  \"" + x + "𝄞" + y + "\"\n"},
+        // What a terminal must not get.
+        {"parvel convert odd.xml odd.bdoc && parvel show odd.bdoc",
+         "a b=\"\\t\\\"\\\\\": \"\\u{202E}\\u{9B}[2J\\u{7F}\\u{200B}\\r\\n\"\n"},
+        {"parvel show names.bdoc",
+         "\"x y\" \"\"=\"\\u{D800}\"\n  \"\\u{1B}\"\n  [CDATA] \"\"\n  (unreadable record)\n"},
+        // Results with their types.
+        {"parvel result ''", "word \"\"\n"},
+        {"parvel result '((1 (2 3)) 4)'",
+         "list of 2 items\n  list of 2 items\n    integer 1\n    list of 0 items\n  integer \" 4\"\n"},
+        {"parvel result '(1 -2.50 ab \"c\\n\\\" d\" \"5\")'",
+         "list of 5 items\n  integer 1\n  number -2.50 = -2.5\n  word ab\n  string \"c\\n\\\" d\"\n  string \"5\"\n"},
+        {"parvel result '(+07 2147483648 0x1P-1 1e999 -INF 1x - 5\t)'",
+         "list of 8 items\n  integer +07 = 7\n  number 2147483648\n  number 0x1P-1 = 0.5\n  number 1e999 = inf\n"
+         "  number -INF = -inf\n  word 1x\n  word -\n  word \"5\\t\"\n"},
+        {"parvel result --depth 1 '(1 2)'", "list of 2 items …\n"},
+        {"parvel result '((1) 2)' --depth 2", "list of 2 items\n  list of 1 item …\n  integer 2\n"},
+        {"parvel result --full \"$(printf %201d 0)\" | tail -c 4", " 0\"\n"},
+        {"parvel result \"$(printf '=%0201d' 0)\" | tail -c 19", "\"… +2 characters\n"},
+        {"parvel result -5", "integer -5\n"},
+        {"parvel result -- --5", "word --5\n"},
+        {"parvel result convert", "word convert\n"},
+        {"parvel result \"$(printf '\\033\\342\\200\\256')\"", "word \"\\u{1B}\\u{202E}\"\n"},
+        {"parvel result - <lines", "list of 1 item\n  word ä\n"},
+        {"parvel result - <wide", "word \"ä\\u{D800}\"\n"},
+        {"parvel result - <wide-swapped", "word ä\n"},
+        {"parvel result - <marked", "word ä\n"},
+        {"parvel result - </dev/null", "word \"\"\n"},
     };
-    for (const char* line : lines) {
-        const Outcome outcome = Run(line);
-        EXPECT_EQ(outcome.output, kMenuTree) << line << "\n" << outcome.errors;
-        EXPECT_EQ(outcome.code, 0) << line;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line);
+        const Outcome outcome = Run(row.line);
+        EXPECT_EQ(outcome.output, row.output);
+        EXPECT_EQ(outcome.errors, "");
+        EXPECT_EQ(outcome.code, 0);
     }
 }
 
@@ -148,79 +179,6 @@ TEST_F(Tool, LeavesNothingBehind) {
     EXPECT_EQ(Run("find . -type f | sort").output, "./.errors\n./.output\n./menu.xml\n./shown\n./y.bdoc\n");
 }
 
-TEST_F(Tool, LimitsTheDepthAndTellsWhatIsLeftOut) {
-    Run("parvel convert menu.xml menu.bdoc");
-    EXPECT_EQ(Run("parvel show --depth 1 menu.bdoc").output, "menu lang=\"en\" … 3 children\n");
-    EXPECT_EQ(Run("parvel show menu.bdoc --depth 2").output,
-              "menu lang=\"en\"\n  dish price=\"3\": \"Soup\"\n  dish hot=\"\" price=\"7\" … 2 children\n"
-              "  rest … 2 children\n");
-    EXPECT_EQ(Run("parvel show --depth=3 menu.bdoc | tail -n 2").output, "    a … 1 child\n    c\n");
-    EXPECT_EQ(Run("parvel show --depth 4 menu.bdoc").output, kMenuTree);
-}
-
-TEST_F(Tool, CutsLongTextsUnlessAskedForThem) {
-    Write("long.xml", "<a><b x='" + std::string(201, 'v') + "'/>" + std::string(100, 'x') + "\xF0\x9D\x84\x9E" +
-                          std::string(150, 'y') + "</a>");
-    Run("parvel convert long.xml long.bdoc");
-    EXPECT_EQ(Run("parvel show long.bdoc").output, "a\n  b x=\"" + std::string(200, 'v') + "\"… +1 characters\n  \"" +
-                                                       std::string(100, 'x') + "𝄞" + std::string(99, 'y') +
-                                                       "\"… +51 characters\n");
-    EXPECT_EQ(Run("parvel show --full long.bdoc").output,
-              "a\n  b x=\"" + std::string(201, 'v') + "\"\n  \"" + std::string(100, 'x') + "𝄞" +
-                  std::string(150, 'y') + "\"\n");
-}
-
-TEST_F(Tool, ShowsWhatATerminalMustNotGet) {
-    Write("odd.xml", "<a b='&#9;&quot;\\'>\xE2\x80\xAE\xC2\x9B[2J\x7F\xE2\x80\x8B&#13;\n</a>");
-    Run("parvel convert odd.xml odd.bdoc");
-    EXPECT_EQ(Run("parvel show odd.bdoc").output, "a b=\"\\t\\\"\\\\\": \"\\u{202E}\\u{9B}[2J\\u{7F}\\u{200B}\\r\\n\"\n");
-    // A document need not come from XML: names 'x y', '' and ESC, a half surrogate pair, a record of no known type.
-    using namespace std::string_literals;
-    Write("names.bdoc", "\x04\0\0\0"s + "\x06\0\0\0x\0 \0y\0"s + "\0\0\0\0"s + "\x02\0\0\0\x1B\0"s + "\x02\0\0\0\0\xD8"s +
-                            "\x01\0\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0\x03\0\0\0\x01\0\0\0\x03\0\0\0"s +
-                            "\x01\x02\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\0\0\0\0"s + "\x04\x63\0\0\0"s + "\x09"s);
-    EXPECT_EQ(Run("parvel show names.bdoc").output,
-              "\"x y\" \"\"=\"\\u{D800}\"\n  \"\\u{1B}\"\n  [CDATA] \"\"\n  (unreadable record)\n");
-}
-
-TEST_F(Tool, ShowsResultsWithTheirTypes) {
-    const struct {
-        const char* arguments;
-        const char* tree;
-    } rows[] = {
-        {"''", "word \"\"\n"},
-        {"'((1 (2 3)) 4)'", "list of 2 items\n  list of 2 items\n    integer 1\n    list of 0 items\n  integer \" 4\"\n"},
-        {"'(1 -2.50 ab \"c\\n\\\" d\" \"5\")'",
-         "list of 5 items\n  integer 1\n  number -2.50 = -2.5\n  word ab\n  string \"c\\n\\\" d\"\n  string \"5\"\n"},
-        {"'(+07 2147483648 0x1P-1 1e999 -INF 1x - 5\t)'",
-         "list of 8 items\n  integer +07 = 7\n  number 2147483648\n  number 0x1P-1 = 0.5\n  number 1e999 = inf\n"
-         "  number -INF = -inf\n  word 1x\n  word -\n  word \"5\\t\"\n"},
-        {"--depth 1 '(1 2)'", "list of 2 items …\n"},
-        {"'((1) 2)' --depth 2", "list of 2 items\n  list of 1 item …\n  integer 2\n"},
-        {"--full \"$(printf %201d 0)\" | tail -c 4", " 0\"\n"},
-        {"\"$(printf '=%0201d' 0)\" | tail -c 19", "\"… +2 characters\n"},
-        {"-5", "integer -5\n"},
-        {"-- --5", "word --5\n"},
-        {"convert", "word convert\n"},
-        {"\"$(printf '\\033\\342\\200\\256')\"", "word \"\\u{1B}\\u{202E}\"\n"},
-        {"- <lines", "list of 1 item\n  word ä\n"},
-        {"- <wide", "word \"ä\\u{D800}\"\n"},
-        {"- <wide-swapped", "word ä\n"},
-        {"- <marked", "word ä\n"},
-        {"- </dev/null", "word \"\"\n"},
-    };
-    Write("lines", "first\r\n\n(\u00E4)\n");
-    Write("wide", std::string("\xFF\xFE\xE4\0\0\xD8", 6));
-    Write("wide-swapped", std::string("\xFE\xFF\0\xE4", 4));
-    Write("marked", "\xEF\xBB\xBF\u00E4");
-    for (const auto& row : rows) {
-        const Outcome outcome = Run(std::string("parvel result ") + row.arguments);
-        EXPECT_EQ(outcome.output, row.tree) << row.arguments;
-        EXPECT_EQ(outcome.errors, "") << row.arguments;
-        EXPECT_EQ(outcome.code, 0) << row.arguments;
-    }
-}
-
 TEST_F(Tool, ShowsResultsThatNestDeeperThanAnyStackAndSaysWhereItStops) {
     const auto nested = [](std::size_t levels) {
         std::string text;
@@ -229,9 +187,8 @@ TEST_F(Tool, ShowsResultsThatNestDeeperThanAnyStackAndSaysWhereItStops) {
     };
     Write("deep", nested(20'000));
     Write("long", "(" + std::string(20'000'000, 'x') + " " + nested(2'500) + ")");
-    const Outcome deep = Run("(ulimit -s 256; parvel result - <deep) | tail -n 1");
-    EXPECT_EQ(deep.output, std::string(80, ' ') + "[level 20000] list of 0 items\n") << deep.errors;
     const Row rows[] = {
+        {"(ulimit -s 256; parvel result - <deep) | tail -n 1", 0, "[level 20000] list of 0 items\n", nullptr},
         {"parvel result - <long", 2, "[level 1999] list of 1 item …\n", "ended at level 1999; --depth"},
         {"parvel result --depth 1500 - <long", 0, "[level 1500] list of 1 item …\n", nullptr},
     };
@@ -251,6 +208,7 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
     Write("big.bdoc", std::string("\1\0\0\0\x02\xA0\x0F\0a\0b\0", 12) + std::string(1024000, 'x'));
     Write("minus.bdoc", std::string("\1\0\0\0\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 12));
     Write("record.bdoc", std::string("\1\0\0\0\2\0\0\0a\0\1\0", 12));
+    Run("parvel convert menu.xml menu.bdoc");
     const Row rows[] = {
         {"parvel convert open.xml x.bdoc", 2, nullptr, "open.xml:3:"},
         {"parvel convert - x.bdoc <open.xml", 2, nullptr, "standard input:3:"},
@@ -263,14 +221,17 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel convert menu.xml .", 3, nullptr, ".: cannot open for writing: Is a directory"},
         {"parvel convert menu.xml /dev/full", 3, nullptr, "/dev/full: cannot write: No space left"},
         {"parvel convert menu.xml - >/dev/full", 3, nullptr, "standard output: cannot write: No space left"},
-        {"said=$(ulimit -f 0; trap '' XFSZ; parvel convert menu.xml x.bdoc 2>&1); code=$?; echo \"$said\" >&2; exit $code", 3, nullptr, "x.bdoc: could not be written"},
+        {"said=$(ulimit -f 0; trap '' XFSZ; parvel convert menu.xml x.bdoc 2>&1); code=$?; echo \"$said\" >&2; exit "
+         "$code",
+         3, nullptr, "x.bdoc: could not be written"},
         {"TMPDIR=/none parvel convert menu.xml -", 3, nullptr, "set TMPDIR"},
         {"parvel convert - x.bdoc <&-", 3, nullptr, "standard input: cannot open"},
         {"parvel show none.bdoc", 3, nullptr, "none.bdoc: cannot open: No such file"},
         {"parvel show .", 3, nullptr, "Is a directory"},
         {"parvel convert menu.xml x.bdoc; parvel show x.bdoc >/dev/full", 3, nullptr, "standard output: cannot write"},
         {"parvel show xml.bdoc", 2, nullptr, "convert it first"},
-        {"parvel show short.bdoc", 2, nullptr, "short.bdoc: byte 10: not a binary document: the file ends within word 0"},
+        {"parvel show short.bdoc", 2, nullptr,
+         "short.bdoc: byte 10: not a binary document: the file ends within word 0"},
         {"parvel show three.bdoc", 2, nullptr, "three.bdoc: byte 3: "},
         {"parvel show empty.bdoc", 2, nullptr, "the file is empty"},
         {"parvel show many.bdoc", 2, nullptr, "it has 1000001 words, more than the 1000000"},
@@ -284,12 +245,15 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel result - <&-", 3, nullptr, "standard input: cannot read"},
         {"parvel result x >/dev/full", 3, nullptr, "standard output: cannot write"},
         {"parvel show record.bdoc", 2, nullptr, "byte 10: not a binary document: the records behind its 1 words"},
-    };
-    Check(rows);
-}
-
-TEST_F(Tool, RefusesWrongUse) {
-    const Row rows[] = {
+        {"parvel export none.bdoc y.xml", 3, nullptr, "none.bdoc: cannot open"},
+        {"parvel export menu.xml y.xml", 2, nullptr, "convert it first"},
+        {"parvel export menu.bdoc none/y.xml", 3, nullptr, "none/y.xml: cannot open for writing: No such file"},
+        {"parvel export menu.bdoc .", 3, nullptr, ".: cannot open for writing: Is a directory"},
+        {"parvel export menu.bdoc /dev/full", 3, nullptr, "/dev/full: cannot write: No space left"},
+        {"parvel export menu.bdoc menu.bdoc", 4, nullptr, "menu.bdoc: is the input as well"},
+        {"parvel export menu.bdoc", 4, nullptr, "OUT.xml"},
+        {"test -e y.xml || { echo gone >&2; exit 1; }", 1, nullptr, "gone"},
+        // Wrong use.
         {"parvel", 4, nullptr, "parvel --help"},
         {"parvel frobnicate", 4, nullptr, "frobnicate"},
         {"parvel convert", 4, nullptr, "IN.xml"},

@@ -112,24 +112,17 @@ TEST_F(XmlEncodings, WhatDoesNotFitIsRefused) {
         const char* name;
         std::string xml;
     } rows[] = {
-        {"an unknown name", Document("no-such-encoding", "x")},
         {"an unknown name of few letters", Document("x", "x")},
-        {"bytes that call themselves UTF-16", Document("utf-16", "x")},
-        {"UTF-8 that is GBK", Document("utf-8", "\xD6\xD0\xCE\xC4")},
-        {"no name, and GBK", Document("", "\xD6\xD0\xCE\xC4")},
         {"GBK that is UTF-8", Document("gbk", "\xE4\xB8\xAD")},
         {"ASCII that is Latin-1", Document("us-ascii", "\xE9")},
         {"two marks", kMark + kMark + "<a/>"},
         {"half a character at the end", Document("gbk", "x") + "\xD6"},
-        {"a bad pair", Document("gbk", "\xFF\xFF")},
         {"a byte that has no character", Document("windows-1252", "\x81")},
         {"a surrogate in UTF-8", "<a>\xED\xA0\x80</a>"},
-        {"too long a form", "<a>\xC0\xAF</a>"},
-        {"past the last character", "<a>\xF4\x90\x80\x80</a>"},
         {"U+FFFE", "<a>\xEF\xBF\xBE</a>"},
         {"a letter behind the end", "<?xml version='1.0' encoding='windows-1255'?><a/>\xE0"},
     };
-    for (const auto& row : rows) EXPECT_TRUE(Converted(row.xml).empty()) << row.name;
+    for (const auto& row : rows) EXPECT_TRUE(Converted(row.xml).empty()) << row.name;  // more in the table of faults
     for (const Width& width : kWidths) {
         SCOPED_TRACE(std::to_string(width.bytes) + (width.isBigEndian ? "BE" : "LE"));
         EXPECT_TRUE(Converted(width.Encoded(kMark + kMark + "<a/>")).empty());

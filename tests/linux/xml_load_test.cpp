@@ -1,29 +1,24 @@
-// What a loaded XML document holds: the load rules row by row, and the walk's way through them.
+// What a loaded XML document holds: the load rules row by row.
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "dom_tree.h"
-#include "xml/msxml_helper.h"
 
 namespace {
 
-struct LoadCase {
-    const char* name;
-    std::string xml;
-    std::string tree;
-};
+class XmlLoad : public XmlTest {};
 
-class XmlLoad : public XmlTest {
-protected:
-    template <std::size_t count>
-    void Check(const LoadCase (&rows)[count]) const {
-        for (const LoadCase& row : rows) EXPECT_EQ(Loaded(row.xml), row.tree) << row.name << ": " << row.xml;
-    }
-};
-
-TEST_F(XmlLoad, WhiteSpaceIsDroppedUnlessPreserved) {
-    const LoadCase rows[] = {
+TEST_F(XmlLoad, FollowsTheRules) {
+    const std::string outside = m_folder.File("outside").string();
+    WriteBytes(outside, std::string("<!ENTITY e 'outside'>"));
+    const std::string system = "SYSTEM '" + outside + "'";
+    const struct {
+        const char* name;
+        std::string xml;
+        std::string tree;
+    } rows[] = {
+        // White space is dropped unless preserved.
         {"between elements", "<a> <b/>\t\r\n<c/> </a>", "<a><b></b><c></c></a>"},
         {"alone", "<a> \n </a>", "<a></a>"},
         {"beside a text", "<a> x <b/> y\n</a>", "<a>' x '<b></b>' y\\n'</a>"},
@@ -41,12 +36,7 @@ TEST_F(XmlLoad, WhiteSpaceIsDroppedUnlessPreserved) {
         {"another prefix or value", "<a x:space='preserve' xml:space='keep'> </a>",
          "<a x:space=\"preserve\" xml:space=\"keep\"></a>"},
         {"around the element", "\n<a/>\n \n", "<a></a>"},
-    };
-    Check(rows);
-}
-
-TEST_F(XmlLoad, TextsAreOneNodeBetweenTwoOthers) {
-    const LoadCase rows[] = {
+        // Texts are one node between two others.
         {"line ends", "<a>1\r\n2\r3\n4\r\r\n5</a>", "<a>'1\\n2\\n3\\n4\\n\\n5'</a>"},
         {"character references", "<a>&#65;&#x42;&#x1D11E;&#13;&#10;x</a>", "<a>'AB\U0001D11E\\r\\nx'</a>"},
         {"the five entities", "<a>&lt;&gt;&amp;&quot;&apos;</a>", "<a>'<>&\"''</a>"},
@@ -63,12 +53,7 @@ TEST_F(XmlLoad, TextsAreOneNodeBetweenTwoOthers) {
          "<a>'x'<!--c-->'y'<?p ?>'z'<?q d ?></a>"},
         {"long and astral", "<a>" + std::string(100'000, 'x') + "\U0001D11E</a>",
          "<a>'" + std::string(100'000, 'x') + "\U0001D11E'</a>"},
-    };
-    Check(rows);
-}
-
-TEST_F(XmlLoad, AttributesComeInSourceOrder) {
-    const LoadCase rows[] = {
+        // Attributes come in source order.
         {"in order", "<a z='1' b='2' c='3'/>", "<a z=\"1\" b=\"2\" c=\"3\"></a>"},
         {"namespaces in their place", "<p:a b='1' xmlns:p='u' c='2' xmlns='v'/>",
          "<p:a b=\"1\" xmlns:p=\"u\" c=\"2\" xmlns=\"v\"></p:a>"},
@@ -81,15 +66,7 @@ TEST_F(XmlLoad, AttributesComeInSourceOrder) {
         {"entities in values", "<!DOCTYPE a [<!ENTITY e 'x\ny'>]><a b='&e;&lt;&#x4E2D;'/>", "<a b=\"x y<\u4E2D\"></a>"},
         {"empty", "<a b=''/>", "<a b=\"\"></a>"},
         {"the same twice", "<a b='1' b='2'/>", "(refused)"},
-    };
-    Check(rows);
-}
-
-TEST_F(XmlLoad, NothingOutsideTheFileIsRead) {
-    const std::string outside = m_folder.File("outside").string();
-    WriteBytes(outside, std::string("<!ENTITY e 'outside'>"));
-    const std::string system = "SYSTEM '" + outside + "'";
-    const LoadCase rows[] = {
+        // Nothing outside the file is read.
         {"undeclared", "<a>&e;</a>", "(refused)"},
         {"undeclared, though all declarations are here", "<!DOCTYPE a [<!ENTITY f ''>]><a>&e;</a>", "(refused)"},
         {"maybe declared outside", "<!DOCTYPE a " + system + "><a>x&e;y</a>", "<a>'x'&e;'y'</a>"},
@@ -106,12 +83,7 @@ TEST_F(XmlLoad, NothingOutsideTheFileIsRead) {
          "(refused)"},
         {"in itself", "<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>", "(refused)"},
         {"in itself, in a value", "<!DOCTYPE a [<!ENTITY e '&e;'>]><a b='&e;'/>", "(refused)"},
-    };
-    Check(rows);
-}
-
-TEST_F(XmlLoad, TheVersionIsOnePointSomething) {
-    const LoadCase rows[] = {
+        // The version is 1.something.
         {"1.0", "<?xml version='1.0'?><a/>", "<a></a>"},
         {"1.10", "<?xml version='1.10' standalone='no'?><a/>", "<a></a>"},
         {"1", "<?xml version='1' standalone='no'?><a/>", "(refused)"},
@@ -119,29 +91,20 @@ TEST_F(XmlLoad, TheVersionIsOnePointSomething) {
         {"1.0a", "<?xml version='1.0a'?><a/>", "(refused)"},
         {"2.0", "<?xml version='2.0'?><a/>", "(refused)"},
     };
-    Check(rows);
+    for (const auto& row : rows) EXPECT_EQ(Loaded(row.xml), row.tree) << row.name << ": " << row.xml;
 }
 
 TEST_F(XmlLoad, TheDocumentShowsWhatIsAroundItsElement) {
     const auto document = Load("<!--1--><?p 2?><!DOCTYPE a [<!--no--><?no no?>]><a/><!--3-->");
-    ASSERT_TRUE(document);
     CComRef<IXMLDOMNodeList> list;
     CheckCom(document->get_childNodes(list.Out()));
-    LONG count = 0;
-    CheckCom(list->get_length(&count));
     std::string shown;
-    for (LONG i = -1; i <= count; ++i) {
-        CComRef<IXMLDOMNode> child;
-        EXPECT_EQ(list->get_item(i, child.Out()), i < 0 || i == count ? S_FALSE : S_OK);
-        if (!child) continue;
-        DOMNodeType type = NODE_INVALID;
-        child->get_nodeType(&type);
-        if (type != 10) shown += Notation(ReadDom(*child.Get()));  // some DOMs show the document type
-    }
+    CComRef<IXMLDOMNode> child;
+    for (LONG i = 0; list->get_item(i, child.Out()) == S_OK; ++i) shown += Notation(ReadDom(*child.Get()));
     EXPECT_EQ(shown, "<!--1--><?p 2?><a></a><!--3-->");
 }
 
-TEST_F(XmlLoad, EveryPrefixIsRefusedAndEveryDamageIsRefusedOrLoads) {
+TEST_F(XmlLoad, EveryPrefixIsRefused) {
     const std::string files[] = {
         "<?xml version=\"1.0\" encoding='utf-8'?>\n<!DOCTYPE a [<!ENTITY e 'x'><!ATTLIST a b CDATA 'c'>]>\n"
         "<!--c--><a d=\"&e;&#x41;\"><?p q?>&e;<b/><![CDATA[y]]>\xE4\xB8\xAD</a>",
@@ -150,27 +113,8 @@ TEST_F(XmlLoad, EveryPrefixIsRefusedAndEveryDamageIsRefusedOrLoads) {
     };
     for (const std::string& file : files) {
         ASSERT_NE(Loaded(file), "(refused)");
-        for (std::size_t size = 0; size < file.size(); ++size) {
-            EXPECT_EQ(Loaded(file.substr(0, size)), "(refused)") << file.substr(0, size);
-        }
-        for (std::size_t i = 0; i < file.size(); ++i) {
-            for (const char byte : {'\0', '<', '&', '\'', '%', '\x80', '\xFF'}) {
-                std::string damaged = file;
-                damaged[i] = byte;
-                Loaded(damaged);
-            }
-        }
+        for (std::size_t size = 0; size < file.size(); ++size) EXPECT_EQ(Loaded(file.substr(0, size)), "(refused)");
     }
-}
-
-TEST_F(XmlLoad, AnEmptyDocumentHoldsItsDeclarationAlone) {
-    const auto document = CComRef<IXMLDOMDocument>::Adopt(MSXMLHelper::CreateXmlDocument(WTEXT("utf-8")));
-    ASSERT_TRUE(document);
-    const CVariant path{TextView(m_folder.Path("empty.xml"))};
-    CheckCom(document->save(path.Get()));
-    std::vector<unsigned char> saved = ReadBytes(m_folder.File("empty.xml"));
-    while (!saved.empty() && (saved.back() == '\r' || saved.back() == '\n')) saved.pop_back();
-    EXPECT_EQ(std::string(saved.begin(), saved.end()), "<?xml version=\"1.0\" encoding=\"utf-8\"?>");
 }
 
 }  // namespace

@@ -15,17 +15,8 @@ Function g_former = nullptr;
 HRESULT WINAPI PutText(void* element, VARIANT value) {
     if (value.vt != VT_BSTR) return g_former(element, value);
     std::wstring escaped;
-    for (UINT i = 0; i < SysStringLen(value.bstrVal); ++i) {
-        switch (value.bstrVal[i]) {
-            case L'&':
-                escaped += L"&amp;";
-                break;
-            case L'<':
-                escaped += L"&lt;";
-                break;
-            default:
-                escaped += value.bstrVal[i];
-        }
+    for (const wchar_t unit : std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal))) {
+        escaped += unit == L'&' ? L"&amp;" : unit == L'<' ? L"&lt;" : std::wstring(1, unit);
     }
     VARIANT text = {};
     text.vt = VT_BSTR;

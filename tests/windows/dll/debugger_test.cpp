@@ -46,7 +46,8 @@ TEST(DllDebugger, IsToldOfRecordsOfUnknownType) {
     const char bytes[] = "\1\0\0\0\2\0\0\0a\0\1\0\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\2\0\0\0\x09";
     void** place = ImportedFunction(Parvel().module, "OutputDebugStringW");
     ASSERT_NE(place, nullptr);
-    IBinDocument* document = NewDocument();
+    IBinDocument* document = nullptr;
+    Parvel().query(&IID_IBinDocument, &document);
     {
         const PatchedTable patch(&place, 0, reinterpret_cast<void*>(TakeText));
         EXPECT_TRUE(document->LoadFromBuffer(bytes));

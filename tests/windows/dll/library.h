@@ -3,12 +3,8 @@
 
 #include <windows.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-
 #include "parvel/parvel.h"
+#include "test_files.h"
 
 struct Library {
     HMODULE module = nullptr;
@@ -20,11 +16,7 @@ struct Library {
     decltype(&GetScriptResultParser) parse = nullptr;
 };
 
-/// Any export, by name or by ordinal (MAKEINTRESOURCEA).
-inline const void* Export(HMODULE module, const char* name) {
-    return reinterpret_cast<const void*>(GetProcAddress(module, name));
-}
-
+/// That these exports are all, undecorated and of which ordinals, is checked with the file's headers.
 inline Library LoadParvel(const wchar_t* name = L"Parvel.DLL") {
     Library library;
     library.module = LoadLibraryW(name);
@@ -46,50 +38,10 @@ inline const Library& Parvel() {
     return library;
 }
 
-inline IBinDocument* NewDocument() {
-    IBinDocument* document = nullptr;
-    Parvel().query(&IID_IBinDocument, &document);
-    return document;
-}
-
-/// The document of <a/>.
-inline const std::string kSmallDocument("\1\0\0\0\2\0\0\0a\0\1\0\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\0\0\0\0", 27);
-
 /// COM on this thread for as long as this is there.
-struct ComSession {
-    ComSession() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    ~ComSession() { CoUninitialize(); }
-    ComSession(const ComSession&) = delete;
-    ComSession& operator=(const ComSession&) = delete;
+struct CHostSession {
+    CHostSession() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+    ~CHostSession() { CoUninitialize(); }
+    CHostSession(const CHostSession&) = delete;
+    CHostSession& operator=(const CHostSession&) = delete;
 };
-
-/// A folder of its own, removed at the end.
-class WorkFolder {
-public:
-    WorkFolder() {
-        static int number = 0;
-        m_path = std::filesystem::temp_directory_path() /
-                 ("parvel-dll-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(number++));
-        std::filesystem::create_directories(m_path);
-    }
-    ~WorkFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-
-    std::filesystem::path File(const std::wstring& name) const { return m_path / name; }
-
-private:
-    std::filesystem::path m_path;
-};
-
-inline void WriteFileBytes(const std::filesystem::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-inline std::string ReadFileBytes(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}

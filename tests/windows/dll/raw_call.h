@@ -1,23 +1,20 @@
-// Calls a function as a host's compiler does, argument by argument, and tells what it does to the stack and the
-// registers.
+// Calls a function by its address as a host's compiler does, argument by argument, and holds it to its convention: it
+// takes its arguments off the stack, and keeps ebx, esi and edi.
 #pragma once
 
 #include <cstdint>
 #include <initializer_list>
 #include <type_traits>
 
-struct RawResult {
-    std::uint32_t eax;
-    std::uint32_t edx;
-    std::int32_t poppedBytes;
-    std::uint32_t keepsRegisters;  // ebx, esi, edi, as every callee must; not 0 when it does
-    double number;                 // of a function that gives one
-};
+/// A member has its object in ecx (__thiscall); a number comes on the stack of the FPU.
+enum class RawKind { kFunction, kMember, kNumber };
 
-/// `stackShift`: how far below a multiple of 16 the arguments end; a host keeps the stack to multiples of 4 only.
-extern "C" void ParvelRawCall(const void* function, const std::uint32_t* arguments, std::uint32_t count,
-                              std::uint32_t ecx, std::uint32_t stackShift, RawResult* result,
-                              std::uint32_t givesNumber);
+struct RawResult {
+    std::uint32_t value;
+    std::int32_t poppedBytes;
+    std::uint32_t keepsRegisters;
+    double number;
+};
 
 /// An argument as the four bytes that are pushed.
 struct RawArgument {
@@ -28,3 +25,7 @@ struct RawArgument {
     RawArgument(std::nullptr_t) : value(0) {}
     std::uint32_t value;
 };
+
+/// `stackShift`: how far below a multiple of 16 the arguments end; a host keeps the stack to multiples of 4 only.
+RawResult RawCall(RawKind kind, const void* function, std::initializer_list<RawArgument> arguments,
+                  std::uint32_t stackShift);

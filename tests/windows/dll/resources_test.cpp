@@ -11,6 +11,7 @@
 #include <oleauto.h>
 
 #include "library.h"
+#include "platform/com_ptr.h"
 
 // The first operations of a registrar as installers use it, the class {44EC053A-400F-11D0-9DCD-00A0C90391D3} of the
 // system's atl.dll. Outside the namespace below, in which the compiler would know all classes that have them: none.
@@ -35,17 +36,22 @@ std::string Resource(const wchar_t* type, const wchar_t* name, WORD language) {
     return bytes ? std::string(static_cast<const char*>(bytes), SizeofResource(module, place)) : "(none)";
 }
 
-IRegistrar* NewRegistrar() {
+CComRef<IRegistrar> NewRegistrar() {
     void* address = reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"atl.dll"), "DllGetClassObject"));
-    const auto getClass = reinterpret_cast<HRESULT(WINAPI*)(const GUID&, const IID&, IClassFactory**)>(address);
+    const auto getClass = reinterpret_cast<HRESULT(WINAPI*)(const GUID&, const IID&, void**)>(address);
     GUID id = {0x44EC053A, 0x400F, 0x11D0, {0x9D, 0xCD, 0x00, 0xA0, 0xC9, 0x03, 0x91, 0xD3}};
-    IClassFactory* factory = nullptr;
     void* made = nullptr;
-    if (!getClass || FAILED(getClass(id, IID_IClassFactory, &factory))) return nullptr;
+    CheckCom(getClass(id, IID_IClassFactory, &made));
+    const auto factory = CComRef<IClassFactory>::Adopt(static_cast<IClassFactory*>(made));
     ++id.Data1;  // of the interface
-    factory->CreateInstance(nullptr, id, &made);
-    factory->Release();
-    return static_cast<IRegistrar*>(made);
+    CheckCom(factory->CreateInstance(nullptr, id, &made));
+    return CComRef<IRegistrar>::Adopt(static_cast<IRegistrar*>(made));
+}
+
+std::wstring LibraryPath() {
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(Parvel().module, path, MAX_PATH - 1);
+    return path;
 }
 
 // All keys below a key, indented by their depth, each with its unnamed value and the one named ThreadingModel.
@@ -84,18 +90,15 @@ TEST(DllResources, RegistrationScriptIsWhatARegistrarTakes) {
         RegCreateKeyW(root, name, &key);
         RegCloseKey(key);
     }
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(Parvel().module, path, MAX_PATH - 1);
-    IRegistrar* const registrar = NewRegistrar();
-    ASSERT_NE(registrar, nullptr);
-    registrar->AddReplacement(L"MODULE", path);
+    const std::wstring path = LibraryPath();
+    const auto registrar = NewRegistrar();
+    registrar->AddReplacement(L"MODULE", path.c_str());
     RegOverridePredefKey(HKEY_CLASSES_ROOT, root);
-    EXPECT_EQ(registrar->ResourceRegisterSz(path, MAKEINTRESOURCEW(103), L"REGISTRY"), S_OK);
+    EXPECT_EQ(registrar->ResourceRegisterSz(path.c_str(), MAKEINTRESOURCEW(103), L"REGISTRY"), S_OK);
     const std::wstring applied = Dump(root);
-    EXPECT_EQ(registrar->ResourceUnregisterSz(path, MAKEINTRESOURCEW(103), L"REGISTRY"), S_OK);
+    EXPECT_EQ(registrar->ResourceUnregisterSz(path.c_str(), MAKEINTRESOURCEW(103), L"REGISTRY"), S_OK);
     const std::wstring left = Dump(root);
     RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
-    registrar->Release();
     RegCloseKey(root);
     RegDeleteTreeW(HKEY_CURRENT_USER, scratch.c_str());
 
@@ -104,7 +107,7 @@ TEST(DllResources, RegistrationScriptIsWhatARegistrarTakes) {
               L" Other\n"
               L" {A7F748F6-E792-4F66-8DC7-3F4C65FE4C8B} =BinaryDocument Class\n"
               L"  InprocServer32 =" +
-                  std::wstring(path) +
+                  path +
                   L" ThreadingModel=both\n"
                   L"  ProgID =Lodan.BinaryDocument.1\n"
                   L"  VersionIndependentProgID =Lodan.BinaryDocument\n"
@@ -116,27 +119,19 @@ TEST(DllResources, RegistrationScriptIsWhatARegistrarTakes) {
 }
 
 TEST(DllResources, TypeLibrary) {
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(Parvel().module, path, MAX_PATH - 1);
-    ITypeLib* library = nullptr;
-    ASSERT_EQ(LoadTypeLibEx(path, REGKIND_NONE, &library), S_OK);
+    CComRef<ITypeLib> library;
+    ASSERT_EQ(LoadTypeLibEx(LibraryPath().c_str(), REGKIND_NONE, library.Out()), S_OK);
     EXPECT_EQ(library->GetTypeInfoCount(), 0u);
     TLIBATTR* attributes = nullptr;
     ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
     const GUID expected = {0xBAB51F1E, 0x9526, 0x4F31, {0x8C, 0xC9, 0x63, 0xAE, 0xE7, 0x43, 0x06, 0x92}};
     EXPECT_TRUE(attributes->guid == expected);
     EXPECT_EQ(attributes->lcid, 0x0409u);
-    EXPECT_EQ(attributes->wMajorVerNum, 1);
-    EXPECT_EQ(attributes->wMinorVerNum, 0);
+    EXPECT_EQ(attributes->wMajorVerNum * 10 + attributes->wMinorVerNum, 10);
     library->ReleaseTLibAttr(attributes);
-    BSTR name = nullptr;
-    BSTR help = nullptr;
-    ASSERT_EQ(library->GetDocumentation(-1, &name, &help, nullptr, nullptr), S_OK);
-    EXPECT_EQ(std::wstring(name), L"LODANLib");
-    EXPECT_EQ(std::wstring(help), L"Lodan 1.0 Type Library");
-    SysFreeString(name);
-    SysFreeString(help);
-    library->Release();
+    CBstr name, help;
+    ASSERT_EQ(library->GetDocumentation(-1, name.Out(), help.Out(), nullptr, nullptr), S_OK);
+    EXPECT_EQ(std::wstring(name.View()) + L": " + help.Get(), L"LODANLib: Lodan 1.0 Type Library");
 }
 
 TEST(DllResources, Strings) {
@@ -157,12 +152,9 @@ TEST(DllResources, Version) {
     VS_FIXEDFILEINFO fixed = {};
     ASSERT_EQ(size, sizeof(fixed));
     std::memcpy(&fixed, value, sizeof(fixed));
-    EXPECT_EQ(fixed.dwFileVersionMS, 0x00010001u);
-    EXPECT_EQ(fixed.dwFileVersionLS, 0u);
-    EXPECT_EQ(fixed.dwProductVersionMS, 0x00010001u);
-    EXPECT_EQ(fixed.dwProductVersionLS, 0u);
-    EXPECT_EQ(fixed.dwFileType, static_cast<DWORD>(VFT_DLL));
-    EXPECT_EQ(fixed.dwFileOS, 4u);
+    const std::vector<DWORD> numbers = {fixed.dwFileVersionMS,    fixed.dwFileVersionLS, fixed.dwProductVersionMS,
+                                        fixed.dwProductVersionLS, fixed.dwFileType,      fixed.dwFileOS};
+    EXPECT_EQ(numbers, (std::vector<DWORD>{0x00010001, 0, 0x00010001, 0, VFT_DLL, 4}));
     const struct {
         const wchar_t* field;
         const wchar_t* expected;

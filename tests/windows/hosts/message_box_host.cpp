@@ -75,7 +75,7 @@ int main() {
     wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     if (count != 3) return 4;
     if (!Parvel().convert) return 3;
-    const ComSession com;
+    const CHostSession com;
     IXMLDOMDocument* document = nullptr;
     IXMLDOMParseError* error = nullptr;
     CoCreateInstance(kDocumentClass, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,

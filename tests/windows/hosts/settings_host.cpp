@@ -10,7 +10,7 @@ int main() {
     if (count != 4) return 4;
     const Library library = LoadParvel(arguments[1]);
     if (!library.convert) return 3;
-    const ComSession com;
+    const CHostSession com;
     const bool done = library.convert(arguments[2], arguments[3]);
     return FreeLibrary(library.module) && !GetModuleHandleW(arguments[1]) ? (done ? 0 : 2) : 5;
 }
