@@ -272,14 +272,19 @@ private:
             IBinNode* const root = Given([&](IBinNode** out) { document.real->GetRoot(out); });
             Hold(root, document.model->Root());
         }
-        Handle at = m_handles[Below(m_handles.size())];
-        while (at.model->ChildCount() > 0 && !OneIn(3)) {
-            const std::size_t index = Below(static_cast<std::size_t>(at.model->ChildCount()));
-            const auto get = [&](IBinNode** out) { at.real->GetChild(static_cast<std::int32_t>(index), out); };
-            at = {Given(get), at.model->children[index]};
-            Hold(at.real, at.model);
-        }
+        return WalkDown(m_handles[Below(m_handles.size())]);
+    }
+
+    Handle WalkDown(Handle at) {
+        while (at.model->ChildCount() > 0 && !OneIn(3)) at = AnyChild(at);
         return at;
+    }
+
+    Handle AnyChild(const Handle& of) {
+        const std::size_t index = Below(static_cast<std::size_t>(of.model->ChildCount()));
+        const auto get = [&](IBinNode** out) { of.real->GetChild(static_cast<std::int32_t>(index), out); };
+        Hold(Given(get), of.model->children[index]);
+        return m_handles.back();
     }
 
     template <class Get>
@@ -318,6 +323,7 @@ private:
             {3, "Create", [](Sequence& s, const Arguments& with) { s.Create(with); }},
             {1, "Clone document", [](Sequence& s, const Arguments&) { s.CloneDocument(); }},
             {2, "Save", [](Sequence& s, const Arguments&) { s.Save(); }},
+            {1, "save, load, edit and save", [](Sequence& s, const Arguments& with) { s.SaveAgain(with); }},
             {1, "Rare",
              [](Sequence& s, const Arguments& with) {
                  s.OneIn(3) && !s.m_isStarved ? s.LoadOdd() : s.Rare(with.node, with.text);
@@ -332,7 +338,7 @@ private:
                  if (!s.m_handles.empty()) s.Drop(s.Below(s.m_handles.size()));
              }},
         };
-        constexpr std::size_t kAllWeights = 21;
+        constexpr std::size_t kAllWeights = 22;
         while (m_documents.size() < 2) AddDocument();
         while (m_handles.size() > 12) Drop(Below(m_handles.size()));
         while (m_pairs.size() > 4) DropPair(Below(m_pairs.size()));
@@ -418,6 +424,25 @@ private:
         const Bytes bytes = Saved(document);
         if (::testing::Test::HasFailure()) return;
         if (document.model->root && document.model->root->hasRecord) Load(AnyDocument(), bytes, m_files.saved);
+    }
+
+    // Of a document fresh from its file, whose records can be rewritten where they lie. Some edits keep its shape.
+    void SaveAgain(const Arguments& with) {
+        Documents& document = AnyDocument();
+        const Bytes bytes = Saved(document);
+        if (::testing::Test::HasFailure() || !document.model->root || !document.model->root->hasRecord) return;
+        Load(document, bytes, m_files.saved);
+        for (std::size_t left = 1 + Below(2); left > 0; --left) {
+            Hold(Given([&](IBinNode** out) { document.real->GetRoot(out); }), document.model->Root());
+            const Handle node = WalkDown(m_handles.back());
+            if (node.model->ChildCount() > 0 && OneIn(2)) {
+                Append(node, AnyChild(node));
+            } else {
+                ExpectSameResult([&] { return node.real->SetAttribute(with.wide.c_str(), with.wideOther.c_str()); },
+                                 [&] { return node.model->SetAttribute(with.text, with.other); });
+            }
+        }
+        Saved(document);
     }
 
     void Load(Documents& document, const Bytes& bytes, const Files::File& file) {

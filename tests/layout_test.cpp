@@ -90,6 +90,33 @@ TEST_F(Layout, ReadsWhatIsOddAndWritesItEven) {
     }
 }
 
+// A file is read and checked a quarter of a megabyte at a time: the first word grows until every kind of place has been
+// the end of such a piece.
+TEST_F(Layout, FilesOfManyPiecesLoadAsTheyDoInOne) {
+    std::vector<std::u16string> words = {u"", u"x", u"1"};
+    for (int i = 0; i < 12'000; ++i) words.push_back(std::u16string(static_cast<std::size_t>(i % 40), u'w'));
+    for (std::size_t shift = 0; shift < 40; ++shift) {
+        words[0] = std::u16string(shift, u'a');
+        CBytes parts;
+        parts.Words(words).Element(0, 9'000);
+        for (std::uint32_t i = 0; i < 3'000; ++i) {
+            parts.Element(1, 2, {1, 2, 3 + i, 2}).TextNode(2 + i, 4).Element(3 + i, 0);
+            parts.Element(1, 1).TextNode(3 + i).Element(1, 1, {1, 2 + i}).Element(1, 0);
+        }
+        const Bytes& bytes = parts;
+        const DocumentPtr fromFile = NewDocument();
+        const DocumentPtr fromBuffer = LoadedDocument(bytes);
+        ASSERT_TRUE(LoadFile(*fromFile, bytes)) << shift;
+        IBinDocument* other = fromBuffer.get();
+        EXPECT_TRUE(fromFile->IsEqual(&other)) << shift;
+        EXPECT_EQ(fromFile->Words().GetWordCount(), words.size());
+        EXPECT_EQ(Saved(*fromFile), bytes) << shift;
+        for (const std::size_t size : {bytes.size() - 1, bytes.size() / (shift + 2), std::size_t{262'144} - shift}) {
+            EXPECT_FALSE(LoadFile(*fromFile, Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size))));
+        }
+    }
+}
+
 TEST_F(Layout, UnknownRecordsAreToldToTheDebugger) {
     static std::vector<std::u16string> told;
     const TextHandler former =
