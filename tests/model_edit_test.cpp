@@ -48,31 +48,22 @@ TEST(ModelEdit, OddArgumentsChangeNothing) {
 // The records of the tree stand in another order, or in the same order for another tree.
 TEST(ModelEdit, MovedNodesAreSavedWhereTheyAre) {
     const CTestFolder folder;
-    CBytes reordered, raised;
-    reordered.Words({u"r", u"a", u"2", u"1", u"b"}).Element(0, 2).Element(1, 2).TextNode(2).TextNode(3).Element(4, 0);
-    raised.Words({u"r", u"a", u"e", u"1", u"b"}).Element(0, 2).Element(1, 2).Element(2, 0).TextNode(3).Element(4, 0);
+    const DocumentPtr order = LoadedDocument(CBytes()
+                                                 .Words({u"r", u"a", u"1", u"2", u"b"})
+                                                 .Element(0, 2)
+                                                 .Element(1, 2)
+                                                 .TextNode(2)
+                                                 .TextNode(3)
+                                                 .Element(4, 0));
+    Append(NodeAt(order.get(), {0}).get(), NodeAt(order.get(), {0, 0}).get());
+    EXPECT_EQ(Notation(RootOf(LoadedDocument(SavedBytes(order.get(), folder)).get()).get()), "r(a('2' '1') b)");
+    EXPECT_EQ(RootNotation(order.get()), "r(a('2' '1') b)");
 
-    const DocumentPtr siblings = LoadedDocument(CBytes()
-                                                    .Words({u"r", u"a", u"1", u"2", u"b"})
-                                                    .Element(0, 2)
-                                                    .Element(1, 2)
-                                                    .TextNode(2)
-                                                    .TextNode(3)
-                                                    .Element(4, 0));
-    Append(NodeAt(siblings.get(), {0}).get(), NodeAt(siblings.get(), {0, 0}).get());
-    EXPECT_EQ(SavedBytes(siblings.get(), folder), reordered);
-    EXPECT_EQ(RootNotation(siblings.get()), "r(a('2' '1') b)");
-
-    const DocumentPtr levels = LoadedDocument(CBytes()
-                                                  .Words({u"r", u"a", u"e", u"1", u"b"})
-                                                  .Element(0, 2)
-                                                  .Element(1, 1)
-                                                  .Element(2, 1)
-                                                  .TextNode(3)
-                                                  .Element(4, 0));
-    Append(NodeAt(levels.get(), {0}).get(), NodeAt(levels.get(), {0, 0, 0}).get());
-    EXPECT_EQ(SavedBytes(levels.get(), folder), raised);
-    EXPECT_EQ(RootNotation(levels.get()), "r(a(e '1') b)");
+    const DocumentPtr level = LoadedDocument(
+        CBytes().Words({u"r", u"a", u"e", u"1"}).Element(0, 2).Element(1, 1).Element(2, 1).TextNode(3).Element(1, 0));
+    Append(NodeAt(level.get(), {0}).get(), NodeAt(level.get(), {0, 0, 0}).get());
+    EXPECT_EQ(Notation(RootOf(LoadedDocument(SavedBytes(level.get(), folder)).get()).get()), "r(a(e '1') a)");
+    EXPECT_EQ(RootNotation(level.get()), "r(a(e '1') a)");
 }
 
 // Loading, looking at all, and taking something out, over and over in the same document.
