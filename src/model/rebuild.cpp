@@ -1,6 +1,5 @@
 #include "model/rebuild.h"
 
-#include <atomic>
 #include <cstring>
 #include <new>
 
@@ -25,11 +24,11 @@ bool NamesWordsBelow(const unsigned char* element, std::uint32_t wordCount) {
     return true;
 }
 
-// A clone that is gone has read the block for the last time before it let go.
+// No clone reads the block, perhaps in another thread: those that did have let go of it, and letting go of one more
+// hold here comes after that.
 bool IsReadHereOnly(const CRecordTree& tree, const CWordDict& words) {
-    const bool isOurs = tree.bytes.use_count() == (words.IsOver(tree.bytes) ? 2 : 1);
-    std::atomic_thread_fence(std::memory_order_acquire);
-    return isOurs;
+    const SharedBytes hold = tree.bytes;
+    return hold.use_count() == (words.IsOver(tree.bytes) ? 3 : 2);
 }
 
 }  // namespace

@@ -101,3 +101,23 @@ TEST(ModelThread, DocumentsThatExchangedNodesWorkInAThreadEach) {
     second.join();
     for (const DocumentPtr& document : documents) EXPECT_EQ(RootOf(document.get())->GetChildCount(), 41 + 40 - 20);
 }
+
+// For a thread sanitizer: the records that both read are not rewritten before the clone has let go of them.
+TEST(ModelThread, ACloneIsReadAndReleasedWhileItsOriginalIsRebuilt) {
+    const Bytes tree = CBytes().Words({u"a", u"b", u"c"}).Element(0, 2, {1, 2}).Element(1, 1).TextNode(2).Element(2, 0);
+    for (int round = 0; round < 200; ++round) {
+        const DocumentPtr document = LoadedDocument(tree);
+        DocumentPtr clone = CloneOf(document.get());
+        std::thread reader([&clone] {
+            EXPECT_EQ(RootNotation(clone.get()), "a[b=c](b('c') c)");
+            clone.reset();
+        });
+        const NodePtr root = RootOf(document.get());
+        for (int i = 0; i < 20; ++i) {
+            root->SetAttribute(WTEXT("b"), i % 2 == 0 ? WTEXT("1") : WTEXT("22"));
+            document->Compact();
+        }
+        reader.join();
+        EXPECT_EQ(RootNotation(document.get()), "a[b=22](b('c') c)");
+    }
+}
