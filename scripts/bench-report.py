@@ -213,7 +213,8 @@ medians, over repetitions in random order; over several files it is the geometri
 Times are processor time, user and system; files are warm, what is written goes to memory, and each operation on a
 document finds fresh memory, as in a host that opens its first one. Where it says so, the host has done the same before
 and `malloc` has kept what was given back: all of a document up to 32 MB, nothing of a larger one (mixed.xml). Memory is
-what `malloc` has handed out, one process a measurement.
+what `malloc` has handed out, one process a measurement. What a load is held against reads the whole file in one call and
+then looks at it; a load has pages made ahead and looks at each piece at once, so that it can be the faster one.
 
 - Machine: {name}
 - Date: {time.strftime("%Y-%m-%d")}, at {commit}; the run took {raw["seconds"] / 60:.0f} minutes; load average when it began: {raw["load"]:.1f}
