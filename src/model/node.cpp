@@ -293,26 +293,43 @@ public:
     explicit CFoldedName(TextView name) {
         if (name.size() >= kInlineUnits) m_long.resize(name.size());
         m_units = name.size() < kInlineUnits ? m_short : m_long.data();
-        for (std::size_t i = 0; i < name.size(); ++i) {
-            m_units[i] = FoldCase(name[i]);
-            m_differs |= m_units[i] != name[i];
-        }
+        name.copy(m_units, name.size());
+        FoldCase(m_units, name.size());
         m_units[name.size()] = 0;
     }
     CFoldedName(const CFoldedName&) = delete;
     CFoldedName& operator=(const CFoldedName&) = delete;
 
     const WCHAR* Get() const { return m_units; }
-    /// The name had capital letters.
-    bool Differs() const { return m_differs; }
 
 private:
     static constexpr std::size_t kInlineUnits = 64;
     WCHAR m_short[kInlineUnits];
     Text m_long;
     WCHAR* m_units;
-    bool m_differs = false;
 };
+
+bool IsFolded(const WCHAR* name) {
+    while (*name != 0 && FoldCase(*name) == *name) ++name;
+    return *name == 0;
+}
+
+// Of an element that has attributes.
+const WCHAR* StoredValue(const unsigned char* element, const WCHAR* name, const CWordDict& words) {
+    const unsigned char* entry = FindAttrEntry(element, name, words);
+    const std::uint32_t value = entry ? ReadU32(entry + kAttrValueOffset) : kNoWord;
+    return value == kNoWord ? nullptr : words.GetWord(value);
+}
+
+// Apart, so that the way of most look-ups stays short.
+[[gnu::noinline]] const WCHAR* StoredValueOfFolded(const unsigned char* element, const WCHAR* name,
+                                                   const CWordDict& words) {
+    try {
+        return StoredValue(element, CFoldedName(name).Get(), words);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 
 }  // namespace
 
@@ -324,20 +341,11 @@ const WCHAR* CBinNode::GetAttribute(const WCHAR* name) {
     }
     if (!IsElement(record) || AttrCountOf(record) == 0) return nullptr;
     const CWordDict& words = document->Words();
-    const auto valueOf = [record = record, &words](const WCHAR* key) -> const WCHAR* {
-        const unsigned char* entry = FindAttrEntry(record, key, words);
-        const std::uint32_t value = entry ? ReadU32(entry + kAttrValueOffset) : kNoWord;
-        return value == kNoWord ? nullptr : words.GetWord(value);
-    };
-    try {
-        if (g_lower == 0) {
-            if (const WCHAR* value = valueOf(name)) return value;
-        }
-        const CFoldedName folded(name);
-        return g_lower == 0 && !folded.Differs() ? nullptr : valueOf(folded.Get());
-    } catch (const std::bad_alloc&) {
-        return nullptr;
+    if (g_lower == 0) {
+        const WCHAR* value = StoredValue(record, name, words);
+        if (value || IsFolded(name)) return value;
     }
+    return StoredValueOfFolded(record, name, words);
 }
 
 void CBinNode::GetAttrPair(std::int32_t index, IAttrPair** out) {
