@@ -33,40 +33,37 @@ std::uint64_t ReadUnits(const WCHAR* units) {
     return chunk;
 }
 
+// Lengths differ from text to text in no order that a processor could foresee, so there are few branches on them: what
+// is left behind whole steps is read from the text's end, and may be read twice.
 inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
     constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;  // odd constants with evenly spread bits
     constexpr std::uint64_t kSecond = 0xC2B2AE3D27D4EB4F;
     constexpr std::size_t kChunk = 4;  // code units in eight bytes
+    constexpr std::size_t kStep = 2 * kChunk;
     const WCHAR* units = text.data();
-    std::size_t count = text.size();
+    const std::size_t count = text.size();
     const std::uint64_t key = seed ^ kFirst;
     const std::uint64_t otherKey = seed ^ kSecond;
+    const auto mix = [](const WCHAR* from, std::uint64_t with, std::uint64_t state) {
+        return FoldedProduct(ReadUnits<std::uint64_t>(from) ^ with, ReadUnits<std::uint64_t>(from + kChunk) ^ state);
+    };
     std::uint64_t state = seed ^ (count * kFirst);
-    if (count > 4 * kChunk) {  // two products that do not wait for each other
-        std::uint64_t other = state ^ kSecond;
-        for (; count > 4 * kChunk; units += 4 * kChunk, count -= 4 * kChunk) {
-            const WCHAR* second = units + 2 * kChunk;
-            state =
-                FoldedProduct(ReadUnits<std::uint64_t>(units) ^ key, ReadUnits<std::uint64_t>(units + kChunk) ^ state);
-            other = FoldedProduct(ReadUnits<std::uint64_t>(second) ^ otherKey,
-                                  ReadUnits<std::uint64_t>(second + kChunk) ^ other);
+    std::uint64_t other = state ^ kSecond;  // two products that do not wait for each other
+    if (count >= kStep) {
+        const WCHAR* const end = units + count;
+        for (; end - units > std::ptrdiff_t{2 * kStep}; units += 2 * kStep) {
+            state = mix(units, key, state);
+            other = mix(units + kStep, otherKey, other);
         }
-        state ^= other;
+        state = mix(count > 2 * kStep ? end - 2 * kStep : units, key, state);
+        other = mix(end - kStep, otherKey, other);
+    } else if (count >= kChunk) {
+        state ^= ReadUnits<std::uint64_t>(units);
+        other ^= ReadUnits<std::uint64_t>(units + count - kChunk);
+    } else if (count > 0) {
+        state ^= units[0];
+        other ^= std::uint64_t{units[count / 2]} << 16 | units[count - 1];
     }
-    for (; count > 2 * kChunk; units += 2 * kChunk, count -= 2 * kChunk) {
-        state = FoldedProduct(ReadUnits<std::uint64_t>(units) ^ key, ReadUnits<std::uint64_t>(units + kChunk) ^ state);
-    }
-    // The rest from both its ends, which may overlap.
-    std::uint64_t first = 0, last = 0;
-    if (count >= kChunk) {
-        first = ReadUnits<std::uint64_t>(units);
-        last = ReadUnits<std::uint64_t>(units + count - kChunk);
-    } else if (count >= 2) {
-        first = ReadUnits<std::uint32_t>(units);
-        last = ReadUnits<std::uint32_t>(units + count - 2);
-    } else if (count == 1) {
-        first = ReadUnits<std::uint16_t>(units);
-    }
-    state = FoldedProduct(first ^ key, last ^ state ^ kSecond);
+    state = FoldedProduct(state, other);
     return static_cast<std::uint32_t>(state ^ (state >> 32));
 }
