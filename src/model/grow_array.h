@@ -101,7 +101,8 @@ public:
     }
 
 private:
-    void Grow(std::size_t count) {
+    // Apart, so that appending stays short enough to be put in where it is asked for.
+    [[gnu::noinline]] void Grow(std::size_t count) {
         const std::size_t needed = m_size + count;
         if (needed < m_size) throw std::bad_alloc();
         const std::size_t doubled = m_capacity < 16 ? 16 : m_capacity * 2;

@@ -62,13 +62,13 @@ bool CWordMap::Index(std::uint64_t seed, std::size_t longestRun) {
     return true;
 }
 
-bool CWordMap::HasText(std::uint32_t word, TextView text) const {
+inline bool CWordMap::HasText(std::uint32_t word, TextView text) const {
     return m_lengths[word] == text.size() &&
            (text.empty() || std::memcmp(m_from.GetWord(word), text.data(), text.size() * sizeof(WCHAR)) == 0);
 }
 
 // The slot of the word with this text, or the free one where it belongs; `run` tells how many others lie before it.
-std::uint32_t* CWordMap::FindSlot(TextView text, std::uint32_t hash, std::size_t& run) {
+inline std::uint32_t* CWordMap::FindSlot(TextView text, std::uint32_t hash, std::size_t& run) {
     const std::size_t mask = m_slots.Size() - 1;
     for (std::size_t i = hash & mask;; i = (i + 1) & mask, ++run) {
         const std::uint32_t slot = m_slots[i];
