@@ -1,4 +1,4 @@
-// Hash of a text for the word index: sixteen bytes a step, folded multiplication (the high and the low half of a
+// Hash of a text for the word index: sixteen bytes a product, folded multiplication (the high and the low half of a
 // product both count), so that texts which collide for one seed do not for another.
 #pragma once
 
@@ -26,9 +26,8 @@ inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
 inline constexpr std::size_t kSuspiciousRun = 256;
 inline constexpr int kMostReseeds = 4;
 
-template <class Chunk>
-std::uint64_t ReadUnits(const WCHAR* units) {
-    Chunk chunk;
+inline std::uint64_t ReadFourUnits(const WCHAR* units) {
+    std::uint64_t chunk;
     std::memcpy(&chunk, units, sizeof(chunk));
     return chunk;
 }
@@ -45,7 +44,7 @@ inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
     const std::uint64_t key = seed ^ kFirst;
     const std::uint64_t otherKey = seed ^ kSecond;
     const auto mix = [](const WCHAR* from, std::uint64_t with, std::uint64_t state) {
-        return FoldedProduct(ReadUnits<std::uint64_t>(from) ^ with, ReadUnits<std::uint64_t>(from + kChunk) ^ state);
+        return FoldedProduct(ReadFourUnits(from) ^ with, ReadFourUnits(from + kChunk) ^ state);
     };
     std::uint64_t state = seed ^ (count * kFirst);
     std::uint64_t other = state ^ kSecond;  // two products that do not wait for each other
@@ -58,8 +57,8 @@ inline std::uint32_t HashText(TextView text, std::uint64_t seed) {
         state = mix(count > 2 * kStep ? end - 2 * kStep : units, key, state);
         other = mix(end - kStep, otherKey, other);
     } else if (count >= kChunk) {
-        state ^= ReadUnits<std::uint64_t>(units);
-        other ^= ReadUnits<std::uint64_t>(units + count - kChunk);
+        state ^= ReadFourUnits(units);
+        other ^= ReadFourUnits(units + count - kChunk);
     } else if (count > 0) {
         state ^= units[0];
         other ^= std::uint64_t{units[count / 2]} << 16 | units[count - 1];
