@@ -39,46 +39,51 @@ Text QuotedItem(std::size_t unitCount) {
     return quoted + u"\")";
 }
 
-void Parse(benchmark::State& state, const Text& text, std::int32_t itemCount) {
-    for ([[maybe_unused]] auto _ : state) {
-        IScriptResultParser* parser = nullptr;
-        GetScriptResultParser(text.c_str(), &parser);
-        if (itemCount >= 0 && parser->GetItemCount() != itemCount) state.SkipWithError("wrong number of items");
-        parser->Release();
-    }
+bool Parse(const Text& text, std::int32_t itemCount) {
+    IScriptResultParser* parser = nullptr;
+    GetScriptResultParser(text.c_str(), &parser);
+    const bool isRight = itemCount < 0 || parser->GetItemCount() == itemCount;
+    parser->Release();
+    return isRight;
 }
 
-void LookAndCopy(benchmark::State& state, const Text& text) {
+bool LookAndCopy(const Text& text) {
     const std::size_t byteCount = text.size() * sizeof(WCHAR);
-    for ([[maybe_unused]] auto _ : state) {
-        if (std::memchr(text.data(), 0xFF, byteCount)) state.SkipWithError("found what is not there");
-        const auto copy = std::make_unique_for_overwrite<unsigned char[]>(byteCount);
-        std::memcpy(copy.get(), text.data(), byteCount);
-        benchmark::DoNotOptimize(copy.get());
-        benchmark::ClobberMemory();
-    }
+    if (std::memchr(text.data(), 0xFF, byteCount)) return false;
+    const auto copy = std::make_unique_for_overwrite<unsigned char[]>(byteCount);
+    std::memcpy(copy.get(), text.data(), byteCount);
+    benchmark::DoNotOptimize(copy.get());
+    benchmark::ClobberMemory();
+    return true;
 }
 
 using Maker = Text (*)(std::size_t);
 
 void RegisterShape(const std::string& figure, const std::string& label, Maker make, std::size_t size,
-                   std::int32_t itemCount) {
-    benchmark::RegisterBenchmark((figure + "/parvel/" + label).c_str(),
-                                 [=](benchmark::State& state) { Parse(state, make(size), itemCount); });
-    benchmark::RegisterBenchmark((figure + "/look_and_copy/" + label).c_str(),
-                                 [=](benchmark::State& state) { LookAndCopy(state, make(size)); });
+                   std::int32_t itemCount, Memory memory) {
+    const auto add = [&](const char* contender, auto job) {
+        Register(figure, contender, label, [=](benchmark::State& state) {
+            const Text text = make(size);
+            Measure(
+                state, [&] { return &text; }, job, memory);
+        });
+    };
+    add("parvel", [itemCount](const Text& text) { return Parse(text, itemCount); });
+    add("look_and_copy", LookAndCopy);
 }
 
 }  // namespace
 
 void RegisterScript() {
     constexpr std::int32_t kItemCount = 1'000'000;
-    RegisterShape("script_million", "items/1000000", ListOf, kItemCount, kItemCount);
+    RegisterShape("script_million", "items/1000000", ListOf, kItemCount, kItemCount, Memory::kWarm);
 
     const std::pair<const char*, Maker> shapes[] = {
         {"script_list", ListOfUnits}, {"script_lines", Lines}, {"script_quoted", QuotedItem}};
-    for (std::size_t byteCount = 1'000; byteCount <= 100'000'000; byteCount *= 10) {
+    for (std::size_t byteCount = 100'000'000; byteCount >= 1'000'000; byteCount /= 2) {
         const std::string label = "bytes/" + std::to_string(byteCount);
-        for (const auto& [figure, make] : shapes) RegisterShape(figure, label, make, byteCount / sizeof(WCHAR), -1);
+        for (const auto& [figure, make] : shapes) {
+            RegisterShape(figure, label, make, byteCount / sizeof(WCHAR), -1, Memory::kFresh);
+        }
     }
 }

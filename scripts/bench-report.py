@@ -68,8 +68,8 @@ ROWS = [
      1, None),
     ("the same of two whose roots are edited", "compare_edited/parvel/files", "load_walk/parvel/files", ATMOST, None,
      None),
-    ("script result: list of 1,000,000 items against `memchr` and one copy", "script_million/parvel/items",
-     "script_million/look_and_copy/items", ATMOST, 3, None),
+    ("script result: list of 1,000,000 items against `memchr` and one copy, in memory `malloc` has kept",
+     "script_million/parvel/items", "script_million/look_and_copy/items", ATMOST, 3, None),
 ]
 
 GROWTH_LIMIT = 2.2  # time(2n) / time(n)
@@ -228,7 +228,7 @@ text), drawings, and 100 MB of all of them.
 ## Growth
 
 By how much time or memory grows when the input doubles: over the whole range, and at the worst step; from the fastest
-repetitions. In brackets, for comparison, what others need on the same inputs. Documents of 1.6 to 100 MB, script results of 1 kB to 100 MB, edits of 1,000 to 1,000,000 nodes.
+repetitions. In brackets, for comparison, what others need on the same inputs. Documents of 1.6 to 100 MB, script results of 1.6 to 100 MB, edits of 1,000 to 1,000,000 nodes.
 
 {table(["what", "whole range", "worst step", "target", "met"], growth)}
 ## Bytes per node
