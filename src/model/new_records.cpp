@@ -74,10 +74,10 @@ void CNewRecords::Take(std::size_t begin, std::uint32_t replaced) {
 }
 
 // How far the kept records must make way for new ones before them, at most.
-std::uint32_t CNewRecords::Growth() const {
-    std::uint32_t growth = 0;
+std::uint64_t CNewRecords::Growth() const {
+    std::uint64_t growth = 0;
     for (const Piece& piece : m_pieces) {
-        const std::uint32_t place = m_former.begin + piece.place;
+        const std::uint64_t place = std::uint64_t{m_former.begin} + piece.place;
         if (piece.isKept && place > piece.begin) growth = std::max(growth, place - piece.begin);
     }
     return growth;
@@ -85,8 +85,8 @@ std::uint32_t CNewRecords::Growth() const {
 
 // Where the new records begin: those kept then stay where they are as far as possible, and otherwise make way once.
 CNewRecords::Layout CNewRecords::InPlace() const {
-    const std::uint32_t growth = Growth();
-    if (growth <= m_former.begin - m_former.roomBegin) return {m_former.begin - growth, 0};
+    const std::uint64_t growth = Growth();
+    if (growth <= m_former.begin - m_former.roomBegin) return {m_former.begin - static_cast<std::uint32_t>(growth), 0};
     return {m_former.begin, growth};
 }
 

@@ -50,11 +50,11 @@ private:
     // Of the records in the former block: where they begin, and how far the former ones are shifted first.
     struct Layout {
         std::uint32_t begin;
-        std::uint32_t shift;
+        std::uint64_t shift;
     };
     Layout InPlace() const;
     void MoveSpans(CRecordTree& tree, std::uint32_t begin) const;
-    std::uint32_t Growth() const;
+    std::uint64_t Growth() const;
 
     const CRecordTree& m_former;
     CGrowArray<unsigned char> m_made;

@@ -309,11 +309,6 @@ private:
     WCHAR* m_units;
 };
 
-bool IsFolded(const WCHAR* name) {
-    while (*name != 0 && FoldCase(*name) == *name) ++name;
-    return *name == 0;
-}
-
 // Of an element that has attributes.
 const WCHAR* StoredValue(const unsigned char* element, const WCHAR* name, const CWordDict& words) {
     const unsigned char* entry = FindAttrEntry(element, name, words);

@@ -10,11 +10,6 @@ namespace {
 
 enum Casing : unsigned char { kUnknownCasing = 0, kLower, kMixed };
 
-bool IsFolded(const WCHAR* text) {
-    while (*text && !IsUpperAscii(*text)) ++text;
-    return *text == 0;
-}
-
 // No attribute has a word past the first `wordCount`: in a copy, those that have been added since are behind them.
 bool NamesWordsBelow(const unsigned char* element, std::uint32_t wordCount) {
     const unsigned char* end = AttrEntryOf(element, AttrCountOf(element));

@@ -50,6 +50,12 @@ inline Text FoldedCase(TextView text) {
     return folded;
 }
 
+/// Whether folding would leave a terminated text as it is.
+inline bool IsFolded(const WCHAR* text) {
+    while (*text != 0 && !IsUpperAscii(*text)) ++text;
+    return *text == 0;
+}
+
 inline bool EqualsIgnoringCase(TextView a, TextView b) {
     if (a.size() != b.size()) return false;
     for (std::size_t i = 0; i < a.size(); ++i) {
