@@ -199,6 +199,7 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
     Write("open.xml", "<a>\n  <b>\n</a>\n");
     Write("empty.xml", "");
     Write("charset.xml", "<?xml version='1.0' encoding='klingon'?><a/>");
+    Write("gbk.xml", "<?xml version='1.0' encoding='gbk'?><a>\xD6\xD0</a>");
     Write("binary.xml", std::string("\0\1\2\3", 4));
     Write("xml.bdoc", "\xEF\xBB\xBF <a/>");
     Write("short.bdoc", std::string("\1\0\0\0\4\0\0\0a\0", 10));
@@ -214,6 +215,7 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel convert - x.bdoc <open.xml", 2, nullptr, "standard input:3:"},
         {"parvel convert empty.xml x.bdoc", 2, nullptr, "empty.xml"},
         {"parvel convert charset.xml x.bdoc", 2, nullptr, "charset.xml"},
+        {"ulimit -n 5; parvel convert gbk.xml x.bdoc", 2, nullptr, "gbk.xml: this system cannot convert from"},
         {"parvel convert binary.xml x.bdoc", 2, nullptr, "binary.xml:1:1: "},
         {"parvel convert none.xml x.bdoc", 3, nullptr, "none.xml: cannot open: No such file"},
         {"parvel convert . x.bdoc", 3, nullptr, ".: cannot read: Is a directory"},

@@ -235,11 +235,12 @@ bool IsByteEncoding(std::string_view name) {
     return known && (IsUtf8(*known) || HasBytes(*known));
 }
 
-bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
-                      std::size_t& badOffset) {
+XmlConversion ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
+                               std::size_t& badOffset) {
+    utf8 = {};
     badOffset = 0;
     CConverter converter(encoding.iconvName);
-    if (!converter.IsOpen()) return false;
+    if (!converter.IsOpen()) return XmlConversion::kNoConverter;
     const char* source = bytes;
     std::size_t sourceBytes = byteCount;
     std::size_t capacity = byteCount + byteCount / 2 + 2 * kKeptBytes;
@@ -252,7 +253,7 @@ bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_
         room += kKeptBytes;
         if (stop != E2BIG) converter.Finish(target, room);
         utf8.size = capacity - room;
-        if (stop == 0) return true;
+        if (stop == 0) return XmlConversion::kDone;
         if (stop != E2BIG) break;
         XmlBytes larger = {std::make_unique_for_overwrite<char[]>(capacity * 2), utf8.size};
         std::memcpy(larger.bytes.get(), utf8.bytes.get(), utf8.size);
@@ -260,7 +261,7 @@ bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_
         capacity *= 2;
     }
     badOffset = static_cast<std::size_t>(source - bytes);
-    return false;
+    return XmlConversion::kMeaningless;
 }
 
 std::size_t SourceOffsetOf(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount,

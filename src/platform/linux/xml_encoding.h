@@ -42,10 +42,16 @@ std::string_view DeclaredXmlEncoding(std::string_view utf8);
 /// Whether a name is that of a known encoding whose units are bytes.
 bool IsByteEncoding(std::string_view name);
 
-/// Converts everything, a byte order mark too. False at a sequence that means nothing, or one cut short by the end:
-/// `utf8` then holds what is in front of it and `badOffset` is its place in `bytes`.
-bool ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
-                      std::size_t& badOffset);
+enum class XmlConversion {
+    kDone,
+    kMeaningless,  // a sequence means nothing, or is cut short by the end
+    kNoConverter   // the system has none for this encoding, or cannot open it now
+};
+
+/// Converts everything, a byte order mark too. When it stops at a sequence that means nothing, `utf8` holds what is in
+/// front of it and `badOffset` is its place in `bytes`.
+XmlConversion ConvertXmlToUtf8(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount, XmlBytes& utf8,
+                               std::size_t& badOffset);
 
 /// The place in the source whose conversion starts at `utf8Offset` of the converted bytes.
 std::size_t SourceOffsetOf(const XmlEncoding& encoding, const char* bytes, std::size_t byteCount,

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "platform/file.h"
 #include "platform/linux/xml_builder.h"
@@ -150,12 +151,18 @@ bool CXmlReader::ParseUtf8() {
 }
 
 bool CXmlReader::ParseConverted() {
-    XmlBytes original = std::move(m_source);
+    const XmlBytes original = std::exchange(m_source, {});
     std::size_t badOffset = 0;
-    if (!ConvertXmlToUtf8(m_encoding, original.bytes.get(), original.size, m_source, badOffset)) {
+    const XmlConversion outcome =
+        ConvertXmlToUtf8(m_encoding, original.bytes.get(), original.size, m_source, badOffset);
+    if (outcome != XmlConversion::kDone) {
+        const std::string name = m_encoding.declaredName.empty() ? m_encoding.iconvName : m_encoding.declaredName;
+        if (outcome == XmlConversion::kNoConverter) {
+            m_fault.reason = TextOf("this system cannot convert from the encoding " + name);
+            return false;
+        }
         SetPlace(m_fault, std::string_view(m_source.bytes.get(), m_source.size), m_source.size);
-        m_fault.reason = TextOf("the bytes here mean nothing in the encoding " +
-                                (m_encoding.declaredName.empty() ? m_encoding.iconvName : m_encoding.declaredName));
+        m_fault.reason = TextOf("the bytes here mean nothing in the encoding " + name);
         m_fault.byteOffset = badOffset;
         return false;
     }

@@ -15,6 +15,6 @@ struct XmlFault {
     std::uint64_t column = 0;      // in characters, from 1
 };
 
-/// False, and `fault` filled, when the file cannot be read or is not well-formed; the sink, which
-/// must be fresh, then has got a part. Memory exhaustion throws std::bad_alloc.
+/// False, and `fault` filled, when the file cannot be read or is not well-formed; the sink, which must be fresh, then
+/// has got a part. Memory exhaustion throws std::bad_alloc.
 bool ReadXmlFile(const WCHAR* path, CXmlSink& sink, XmlFault& fault);
