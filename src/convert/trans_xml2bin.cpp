@@ -26,21 +26,17 @@ bool Convert(const WCHAR* xmlPath, const WCHAR* binPath) {
     if (!document) return false;
     CComRef<IXMLDOMElement> root;
     CheckCom(document->get_documentElement(root.Out()));
+    // All that can fail comes before the output is opened, so that what stood there before is lost to no failure. Steps
+    // have brought a record for the root element at least.
+    if (records.IsEmpty()) {
+        RecordTree(root.Get(), words, records);
+    } else {
+        recorder.Finish();
+    }
     COutputFile file;
     if (!file.Open(binPath)) return false;
-    try {
-        if (records.IsEmpty()) {
-            RecordTree(root.Get(), words, records);
-        } else {
-            recorder.Finish();
-        }
-        WriteDictionary(file, words);
-        file.Write(records.Data(), records.Size());
-    } catch (...) {
-        file.Close();
-        RemoveFile(binPath);
-        return false;
-    }
+    WriteDictionary(file, words);
+    file.Write(records.Data(), records.Size());
     file.Close();
     return true;
 }
