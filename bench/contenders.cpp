@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <libxml/parser.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -165,13 +166,27 @@ bool Libxml2Document::Load(const CaseFile& file) {
 }
 
 bool PlainRead::Load(const CaseFile& file) {
+    constexpr std::size_t kPageBytes = 4096;
+    constexpr std::size_t kPieceBytes = 64 * kPageBytes;
     const int handle = open(file.document.c_str(), O_RDONLY | O_CLOEXEC);
     if (handle < 0) return false;
     struct stat about = {};
     bool isDone = fstat(handle, &about) == 0;
     m_size = static_cast<std::size_t>(about.st_size);
     m_bytes = std::make_unique_for_overwrite<unsigned char[]>(m_size);
-    isDone = isDone && read(handle, m_bytes.get(), m_size) == about.st_size;
+    // The fastest way there is: pages made ahead, a piece at a time, so that it is filled while it is in the cache.
+    void* next = m_bytes.get();
+    for (std::size_t left = m_size; isDone && left > 0;) {
+        const std::size_t size = std::min(kPieceBytes, left);
+        std::size_t room = left;
+        void* pages = next;
+        if (std::align(kPageBytes, kPageBytes, pages, room)) {
+            madvise(pages, std::min(size, room) & ~(kPageBytes - 1), MADV_POPULATE_WRITE);
+        }
+        isDone = read(handle, next, size) == static_cast<ssize_t>(size);
+        next = static_cast<unsigned char*>(next) + size;
+        left -= size;
+    }
     close(handle);
     return isDone;
 }

@@ -59,7 +59,7 @@ private:
     std::unique_ptr<xmlDoc, Free> m_tree;
 };
 
-/// Reads a document's file into one block and does nothing with it.
+/// Reads a document's file into one block, as fast as that can be done, and does nothing with it.
 class PlainRead {
 public:
     bool Load(const CaseFile& file);
@@ -70,7 +70,7 @@ protected:
     std::size_t m_size = 0;
 };
 
-/// The limit of what a load can reach: reads the file, and checks every word and record once. Makes nothing of it.
+/// Reads the file, then checks every word and record once. Makes nothing of it.
 class ReadAndCheck : public PlainRead {
 public:
     bool Load(const CaseFile& file);

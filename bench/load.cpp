@@ -57,7 +57,7 @@ void RegisterJob(const char* figure, const char* contender, const CaseFile& file
     });
 }
 
-// The same in a host that has done it before, with the memory that malloc has kept since then.
+// The same in a host that has done it before and keeps the memory.
 template <class Contender, bool (*Job)(Contender&, const CaseFile&)>
 void RegisterAgain(const char* figure, const char* contender, const CaseFile& file) {
     Register(figure, contender, file.Label(), [file](benchmark::State& state) {
@@ -68,7 +68,7 @@ void RegisterAgain(const char* figure, const char* contender, const CaseFile& fi
             return std::make_unique<Contender>();
         };
         Measure(
-            state, prepare, [&file](Contender& subject) { return Job(subject, file); }, Memory::kWarm);
+            state, prepare, [&file](Contender& subject) { return Job(subject, file); }, Memory::kKept);
     });
 }
 

@@ -19,14 +19,21 @@ inline double Now() {
 }
 
 /// Where an operation finds memory. kFresh: what earlier ones freed has gone back to the system, and a new page costs
-/// what it costs a host that opens its first document. Otherwise it would be chance whose leavings one gets. kWarm: as
-/// it comes, for what is small or done again and again.
-enum class Memory { kFresh, kWarm };
+/// what it costs a host that opens its first document; otherwise it would be chance whose leavings one gets. kKept:
+/// malloc keeps all that is freed, as in a host that has told it to, and from the second operation on no page is new;
+/// in a process of its own, for this is for good. kWarm: as it comes, for what is small.
+enum class Memory { kFresh, kKept, kWarm };
+
+inline void KeepMemory() {
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, -1);  // never
+}
 
 /// Runs `prepare`, `operation` on what it gave, and the destructor of that, again and again; only `operation` is timed.
 /// It gives false when it failed, and then there is no figure.
 template <class Prepare, class Operation>
 void Measure(benchmark::State& state, Prepare&& prepare, Operation&& operation, Memory memory = Memory::kFresh) {
+    if (memory == Memory::kKept) KeepMemory();
     for ([[maybe_unused]] auto _ : state) {
         auto subject = prepare();
         if (memory == Memory::kFresh) malloc_trim(0);

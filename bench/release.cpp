@@ -29,42 +29,48 @@ std::unique_ptr<PlainRead> Read(const CaseFile& file) {
 
 constexpr int kLargeBlock = 128 * 1024;
 
+const auto kRelease = [](auto& subject) {
+    subject.Release();
+    return true;
+};
+
+// The load before it takes far longer.
+constexpr int kIterations = 3;
+
 template <class Contender>
-void RegisterOne(const std::string& figure, const char* contender, const CaseFile& file,
-                 std::unique_ptr<Contender> (*prepare)(const CaseFile&)) {
-    const auto release = [](Contender& subject) {
-        subject.Release();
-        return true;
-    };
-    const auto first = [file, prepare, release](benchmark::State& state) {
+void RegisterFresh(const char* figure, const char* contender, const CaseFile& file,
+                   std::unique_ptr<Contender> (*prepare)(const CaseFile&)) {
+    const auto measure = [file, prepare](benchmark::State& state) {
         EnsureDocument(file);
         // malloc begins like this, and keeps ever larger blocks to itself as they are freed. So that each release gives
         // the block back to the system, as that of the first document does. Figures of other kinds run elsewhere.
         mallopt(M_MMAP_THRESHOLD, kLargeBlock);
         Measure(
-            state, [&] { return prepare(file); }, release);
+            state, [&] { return prepare(file); }, kRelease);
     };
-    Register(figure, contender, file.Label(), first)->Iterations(3);  // the load before it takes far longer
-    if (file.set != "files") return;
-    const auto again = [file, prepare, release](benchmark::State& state) {
+    Register(figure, contender, file.Label(), measure)->Iterations(kIterations);
+}
+
+void RegisterAgain(const char* figure, const CaseFile& file,
+                   std::unique_ptr<ParvelDocument> (*prepare)(const CaseFile&)) {
+    const auto measure = [file, prepare](benchmark::State& state) {
         EnsureDocument(file);
-        const auto secondOne = [&] {
-            prepare(file);
-            return prepare(file);
-        };
-        Measure(state, secondOne, release, Memory::kWarm);
+        Measure(
+            state, [&] { return prepare(file); }, kRelease, Memory::kKept);
     };
-    Register(figure + "_again", contender, file.Label(), again)->Iterations(3);
+    Register(figure, "parvel", file.Label(), measure)->Iterations(kIterations);
 }
 
 }  // namespace
 
 void RegisterRelease() {
     for (const char* set : {"files", "series"}) {
-        for (const CaseFile& file : CasesOf(set)) {
-            RegisterOne("release_untouched", "parvel", file, Loaded);
-            RegisterOne("release_walked", "parvel", file, Walked);
-            RegisterOne("release_untouched", "one_block", file, Read);
-        }
+        for (const CaseFile& file : CasesOf(set)) RegisterFresh("release_walked", "parvel", file, Walked);
+    }
+    for (const CaseFile& file : CasesOf("files")) {
+        RegisterFresh("release_untouched", "parvel", file, Loaded);
+        RegisterFresh("release_untouched", "one_block", file, Read);
+        RegisterAgain("release_untouched_again", file, Loaded);
+        RegisterAgain("release_walked_again", file, Walked);
     }
 }

@@ -59,31 +59,33 @@ bool LookAndCopy(const Text& text) {
 
 using Maker = Text (*)(std::size_t);
 
-void RegisterShape(const std::string& figure, const std::string& label, Maker make, std::size_t size,
-                   std::int32_t itemCount, Memory memory) {
-    const auto add = [&](const char* contender, auto job) {
-        Register(figure, contender, label, [=](benchmark::State& state) {
-            const Text text = make(size);
-            Measure(
-                state, [&] { return &text; }, job, memory);
-        });
-    };
-    add("parvel", [itemCount](const Text& text) { return Parse(text, itemCount); });
-    add("look_and_copy", LookAndCopy);
+template <class Job>
+void RegisterShape(const std::string& figure, const char* contender, const std::string& label, Maker make,
+                   std::size_t size, Memory memory, Job&& job) {
+    Register(figure, contender, label, [=](benchmark::State& state) {
+        const Text text = make(size);
+        Measure(
+            state, [&] { return &text; }, job, memory);
+    });
 }
 
 }  // namespace
 
 void RegisterScript() {
     constexpr std::int32_t kItemCount = 1'000'000;
-    RegisterShape("script_million", "items/1000000", ListOf, kItemCount, kItemCount, Memory::kWarm);
+    const auto parseItems = [](const Text& text) { return Parse(text, kItemCount); };
+    RegisterShape("script_million", "parvel", "items/1000000", ListOf, kItemCount, Memory::kKept, parseItems);
+    RegisterShape("script_million", "look_and_copy", "items/1000000", ListOf, kItemCount, Memory::kKept, LookAndCopy);
 
     const std::pair<const char*, Maker> shapes[] = {
         {"script_list", ListOfUnits}, {"script_lines", Lines}, {"script_quoted", QuotedItem}};
+    const auto parse = [](const Text& text) { return Parse(text, -1); };
     for (std::size_t byteCount = 100'000'000; byteCount >= 1'000'000; byteCount /= 2) {
         const std::string label = "bytes/" + std::to_string(byteCount);
+        const std::size_t size = byteCount / sizeof(WCHAR);
         for (const auto& [figure, make] : shapes) {
-            RegisterShape(figure, label, make, byteCount / sizeof(WCHAR), -1, Memory::kFresh);
+            RegisterShape(figure, "parvel", label, make, size, Memory::kFresh, parse);
         }
+        RegisterShape("script_quoted", "look_and_copy", label, QuotedItem, size, Memory::kFresh, LookAndCopy);
     }
 }

@@ -40,7 +40,11 @@ TEST(Com, TextsKnowTheirLengthAndEnd) {
 TEST(Com, BorrowedTextsAreLeftAlone) {
     CTextArena arena;
     std::vector<const WCHAR*> texts;
-    for (std::size_t length = 0; length < 300; ++length) texts.push_back(arena.Copy(Text(length, u'x')));
+    for (std::size_t length = 0; length < 300; ++length) {
+        arena.Begin();
+        arena.Append(std::string(length, 'x').data(), length);
+        texts.push_back(arena.Finish());
+    }
     for (std::size_t length = 0; length < texts.size(); ++length) {
         BSTR text = const_cast<BSTR>(texts[length]);
         SysFreeString(text);

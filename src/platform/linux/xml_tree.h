@@ -44,7 +44,7 @@ private:
     std::uint32_t m_size = 0;
 };
 
-/// BSTR texts, one after another. One text at a time is open and takes bytes of UTF-8 or code units; Finish closes it.
+/// BSTR texts, one after another. One text at a time is open and takes bytes of UTF-8; Finish closes it.
 class CTextArena {
 public:
     void Begin() { m_write = m_text = m_free + kPrefixUnits; }
@@ -54,12 +54,6 @@ public:
         if (m_end - m_write <= static_cast<std::ptrdiff_t>(byteCount)) [[unlikely]]
             MakeRoom(byteCount);
         m_write = WidenUtf8(bytes, byteCount, m_write);
-    }
-    void Append(TextView units) {
-        if (m_end - m_write <= static_cast<std::ptrdiff_t>(units.size())) [[unlikely]]
-            MakeRoom(units.size());
-        std::memcpy(m_write, units.data(), units.size() * sizeof(WCHAR));
-        m_write += units.size();
     }
 
     /// The white space that these bytes begin with. Gives how many that are.
@@ -81,13 +75,6 @@ public:
         // The next prefix starts at a multiple of its size.
         m_free = m_text + length / kPrefixUnits * kPrefixUnits + kPrefixUnits;
         return m_text;
-    }
-
-    /// A text of its own with these units.
-    const WCHAR* Copy(TextView units) {
-        Begin();
-        Append(units);
-        return Finish();
     }
 
     /// Takes the text that was finished last back.
@@ -199,8 +186,6 @@ public:
     CXmlNames& Names() { return m_names; }
     const CXmlNames& Names() const { return m_names; }
     CTextArena& Texts() { return m_texts; }
-    std::uint32_t NodeCount() const { return m_nodes.Size(); }
-    std::uint32_t AttrCount() const { return m_attrs.Size(); }
 
     /// The document's element, or kNoXmlNode.
     XmlNodeId DocumentElement() const { return m_documentElement; }
