@@ -4,7 +4,8 @@
   bench-run.py BUILD-FOLDER OUT.json [FILTER]
 
 One process for each figure group and case, so that what is compared runs side by side, with its repetitions in random
-order. Memory is measured with one process a figure. FILTER is a regular expression on names: <figure>/<contender>/<case>.
+order; where malloc is to keep memory, one for each contender. Memory is measured with one process a figure. FILTER is a
+regular expression on names: <figure>/<contender>/<case>.
 """
 import itertools
 import json
@@ -37,7 +38,7 @@ def names_of(program):
 def group_of(name):
     figure, contender, case_set, case = name
     group = GROUPS.get(figure, figure)
-    if figure.endswith("_again"):  # with the memory that it has left itself, not another one
+    if figure.endswith("_again"):  # malloc keeps what it has freed itself, not what another one has
         group = f"{figure} {contender}"
     return (group, case_set, case if case_set in ("files", "small", "items") else "")
 

@@ -14,8 +14,9 @@ constexpr int kMostLookUps = 2;
 
 }  // namespace
 
-// Memory that is reserved and not used costs nothing; arrays that grow are copied again and again, into fresh pages. A
-// text has as many units as bytes at most, and records mostly stay below their XML. Without so much memory they grow.
+// Memory that is reserved and not used costs nothing, but for the index of the words, which takes a tenth of the XML's
+// size; arrays that grow are copied again and again, into fresh pages. A text has as many units as bytes at most, and
+// records mostly stay below their XML. Without so much memory they grow.
 void CStepRecorder::Expect(std::size_t sourceBytes) noexcept {
     try {
         m_records.Reserve(sourceBytes);
