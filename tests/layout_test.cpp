@@ -117,6 +117,25 @@ TEST_F(Layout, FilesOfManyPiecesLoadAsTheyDoInOne) {
     }
 }
 
+// An element whose only child is a text has no span, even where a piece ends between the two: who makes children counts
+// on that.
+TEST_F(Layout, PieceEndsMakeNoSpans) {
+    constexpr std::size_t kPieceBytes = 262'144, kElementBytesHere = 17 + 14 * 8, kRootBytes = 17, kTextBytesHere = 5;
+    for (std::size_t gap = 0; gap < 5; ++gap) {
+        const std::size_t before = 4 + 4 + 4 + 2 + kRootBytes + kElementBytesHere;
+        const std::size_t textCount = (kPieceBytes - gap - before) % 2;  // words have an even number of bytes
+        const std::size_t wordBytes = kPieceBytes - gap - before - textCount * kTextBytesHere;
+        CBytes parts;
+        parts.Words({std::u16string(wordBytes / 2, u'w'), u"x"}).Element(1, 1 + static_cast<int>(textCount));
+        if (textCount > 0) parts.TextNode(1);
+        parts.Element(1, 1, std::vector<std::uint32_t>(28, 1));
+        ASSERT_EQ(static_cast<const Bytes&>(parts).size(), kPieceBytes - gap);
+        const DocumentPtr document = NewDocument();
+        ASSERT_TRUE(LoadFile(*document, parts.TextNode(1)));
+        EXPECT_EQ(document->Tree().spans.Size(), 1u) << gap;  // the root's
+    }
+}
+
 TEST_F(Layout, UnknownRecordsAreToldToTheDebugger) {
     static std::vector<std::u16string> told;
     const TextHandler former =

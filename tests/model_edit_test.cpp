@@ -66,6 +66,45 @@ TEST(ModelEdit, MovedNodesAreSavedWhereTheyAre) {
     EXPECT_EQ(RootNotation(level.get()), "r(a(e '1') a)");
 }
 
+// However the records go on being rewritten where they lie.
+TEST(ModelEdit, ABlockIsGivenBackWhenLittleOfItIsLeft) {
+    const CTestFolder folder;
+    std::vector<std::u16string> words = {u"r"};
+    for (int i = 0; i < 20; ++i) words.push_back(u"name" + std::u16string(1, static_cast<char16_t>(u'a' + i)));
+    std::vector<std::uint32_t> attrs;
+    for (std::uint32_t i = 0; i < 20; ++i) attrs.insert(attrs.end(), {1 + i, 0});
+    CBytes manyAttrs;
+    manyAttrs.Words(words).Element(0, 200);
+    for (int i = 0; i < 200; ++i) manyAttrs.Element(0, 0, attrs);
+    const DocumentPtr shrinking = LoadedDocument(manyAttrs);
+    const std::weak_ptr<unsigned char[]> first = shrinking->Tree().bytes;
+    for (const std::size_t left : {10u, 6u, 3u, 1u}) {
+        for (int i = 0; i < 200; ++i) {
+            for (std::size_t k = 20; k > left; --k) {
+                NodeAt(shrinking.get(), {i})->RemoveAttribute(CTestFolder::Wide(words[k]).c_str());
+            }
+        }
+        SavedBytes(shrinking.get(), folder);
+    }
+    EXPECT_TRUE(first.expired());
+
+    // The words lie in the loaded block, the records in a later one.
+    words = {u"r"};
+    CBytes longTexts;
+    for (std::uint32_t i = 0; i < 50; ++i) words.push_back(std::u16string(1000, static_cast<char16_t>(u'a' + i)));
+    longTexts.Words(words).Element(0, 50);
+    for (std::uint32_t i = 0; i < 50; ++i) longTexts.TextNode(1 + i);
+    const DocumentPtr split = LoadedDocument(longTexts);
+    const std::weak_ptr<unsigned char[]> loaded = split->Tree().bytes;
+    Append(RootOf(split.get()).get(), NodeAt(split.get(), {0}).get());
+    SavedBytes(split.get(), folder);
+    EXPECT_NE(split->Tree().bytes, loaded.lock());
+    EXPECT_TRUE(split->Words().IsOver(loaded.lock()));
+    for (int i = 0; i < 50; ++i) NodeAt(split.get(), {i})->SetValue(WTEXT("x"));
+    SavedBytes(split.get(), folder);
+    EXPECT_TRUE(loaded.expired());
+}
+
 // Loading, looking at all, and taking something out, over and over in the same document.
 TEST(ModelEdit, ADocumentDoesNotGrowWithEveryLoad) {
     CBytes bytes;

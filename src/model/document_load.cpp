@@ -15,9 +15,8 @@
 
 namespace {
 
-// Record offsets are 32 bits wide, and a block must leave room for what goes with it; no larger file is read into
-// memory.
-constexpr std::int64_t kMostFileBytes = std::min<std::int64_t>(0xFFFFFF00, PTRDIFF_MAX - 0xFFF);
+// Record offsets are 32 bits wide, and no block is larger than pointers can be apart.
+constexpr std::int64_t kMostFileBytes = std::min<std::int64_t>(CRecordTree::kMostBytes, PTRDIFF_MAX);
 
 constexpr WCHAR kUnknownRecordText[] = WTEXT("解析文档节点出现异常！");
 // A file may promise a hundred million children and have none; where a debugger could listen, each telling costs a

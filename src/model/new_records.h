@@ -27,7 +27,8 @@ public:
     CGrowArray<unsigned char>& Made() { return m_made; }
     /// The next record is the one made from `begin` on, in place of the former record at an offset.
     void Take(std::size_t begin, std::uint32_t replaced);
-    /// For a record that stands where there was none.
+    /// For a record that stands where there was none, or whose node has come from another document: the records then
+    /// get a block of their own.
     static constexpr std::uint32_t kNothing = 0xFFFFFFFF;
 
     /// The former tree's block has room for the records, and the same nodes stand in it at the same places. Whether

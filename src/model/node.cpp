@@ -232,14 +232,16 @@ bool CBinNode::MakeRun(CBinaryDocument* document) {
     const unsigned char* const bytes = tree.bytes.get();
     const unsigned char* record = bytes + m_offset;
     const unsigned char* const end = bytes + tree.end;
-    std::uintptr_t& links = Links();
-    std::uint32_t span = tree.SpanInside(m_offset, links::SpanOf(links));
+    std::uintptr_t& word = Links();
+    std::uint32_t span = tree.SpanInside(m_offset, links::SpanOf(word));
     const std::uint32_t count = ChildCountOf(record);
     const CNodeRun run = document->Pool().CutRun(count);
     if (!run.first) return false;
     // Who asks for children will ask for their values: the texts lie all over the dictionary, and are on their way
     // then.
-    const auto fetch = [document](const unsigned char* word) { __builtin_prefetch(document->GetWord(ReadU32(word))); };
+    const auto fetch = [document](const unsigned char* field) {
+        __builtin_prefetch(document->GetWord(ReadU32(field)));
+    };
     record += GetRecordSize(record);
     for (std::uint32_t i = 0; i < count; ++i) {
         CBinNode* child = run.Make(i);
@@ -261,7 +263,7 @@ bool CBinNode::MakeRun(CBinaryDocument* document) {
         if (childCount > 0) child->m_links = links::Unmade(span);
         if (childCount == 0) {
             record = behind;
-        } else if (childCount == 1 && behind != end && *behind != kElement) {
+        } else if (childCount == 1 && behind != end && *behind != kElement) {  // has no span
             fetch(behind + kWordOffset);
             record = behind + kTextBytes;
         } else {
@@ -269,7 +271,7 @@ bool CBinNode::MakeRun(CBinaryDocument* document) {
         }
     }
     if (tree.copied && !MakeCopies(run, count)) return false;
-    links = links::Tagged(run.first, links::kRun);
+    word = links::Tagged(run.first, links::kRun);
     return true;
 }
 

@@ -147,6 +147,7 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
             m_records.Made().Truncate(begin);
             return;
         }
+        static_assert(CNewRecords::kNothing == CBinNode::kNoRecord);
         m_records.Take(begin, node.IsGuest() ? CNewRecords::kNothing : node.m_offset);
     }
     m_placed.Append({&node, place});
@@ -302,13 +303,18 @@ void CRebuild::KeepApart(CBinNode& node, std::size_t begin, std::uint32_t childC
 
 // Not for long: a document of which little is left gives its memory back.
 bool CRebuild::StaysInPlace() const {
-    const std::uint64_t usedBytes = m_records.Size() + m_newWords.SharedBytesUsed();
-    return m_isBlockOurs && m_records.FitFormerBlock() && usedBytes * 2 > m_document.Tree().end;
+    const std::uint64_t usedBytes = m_records.Size() + (AreWordsInBlock() ? m_newWords.SharedBytesUsed() : 0);
+    return m_isBlockOurs && m_records.FitFormerBlock() && usedBytes * 2 > m_document.Tree().roomEnd;
+}
+
+// The records' block: the words may also lie in another one, where the records were before.
+bool CRebuild::AreWordsInBlock() const {
+    return m_newWords.IsOver(m_document.Tree().bytes);
 }
 
 void CRebuild::Commit() {
     const bool isInPlace = StaysInPlace();
-    m_newWords.FinishRebuild(isInPlace);
+    m_newWords.FinishRebuild(isInPlace && AreWordsInBlock());
     CRecordTree tree;
     if (!isInPlace) tree = m_records.WriteAnew(m_map);
 

@@ -15,6 +15,7 @@
 #include "model/grow_array.h"
 #include "model/new_records.h"
 #include "model/node.h"
+#include "model/text_hash.h"
 #include "model/word_map.h"
 
 class CBinaryDocument;
@@ -54,6 +55,7 @@ private:
     std::uint32_t MapName(std::uint32_t word);
     void KeepApart(CBinNode& node, std::size_t begin, std::uint32_t childCount);
     bool StaysInPlace() const;
+    bool AreWordsInBlock() const;
     void Commit();
     static void ClearEdits(CBinNode& node);
     static void DropIdleState(CBinNode& node);
@@ -66,8 +68,14 @@ private:
     CGrowArray<unsigned char> m_casing;                              // of each old word, once known
     std::unordered_map<std::uint32_t, std::uint32_t> m_foldedNames;  // new words of names in mixed case
     // Pairs of old words that are known to be in ascending order, since elements of one kind have the same attributes:
-    // all of them, and those met last.
-    std::unordered_set<std::uint64_t> m_allAscending;
+    // all of them, and those met last. The seed keeps the pairs of a hostile file from meeting in one place.
+    struct PairHash {
+        std::uint64_t seed;
+        std::size_t operator()(std::uint64_t pair) const {
+            return static_cast<std::size_t>(FoldedProduct(pair ^ seed, seed | 1));
+        }
+    };
+    std::unordered_set<std::uint64_t, PairHash> m_allAscending{0, PairHash{RandomSeed()}};
     static constexpr std::size_t kKnownPairs = 256;
     std::uint64_t m_ascending[kKnownPairs] = {};
     CNewRecords m_records;

@@ -62,8 +62,9 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, CIncomingBytes
             const std::uint32_t offset = static_cast<std::uint32_t>(cursor);
             cursor += size;
             if (childCount > 0 && pending + childCount > byteCount - cursor) return false;
+            if (childCount == 1 && arrived - cursor < kTextBytes) arrived = incoming.Bring(cursor + kTextBytes);
             if (childCount == 1 && arrived - cursor >= kTextBytes && IsText(bytes + cursor)) {
-                cursor += kTextBytes;  // the most common shape of all, and nothing to remember
+                cursor += kTextBytes;  // the most common shape of all, and never one with a span
             } else if (childCount > 0) {
                 pending += childCount;
                 if (!open.IsEmpty()) open.Back().remaining = remaining;

@@ -8,9 +8,10 @@
 #include "model/grow_array.h"
 #include "model/word_dict.h"
 
-/// Where the subtree of one element ends. Only subtrees that would take long to skip have a span: it then costs memory
-/// by their number, not by the number of elements. Spans stand in the order of the elements' records, so the span of
-/// an element's first descendant that has one comes right after the element's own.
+/// Where the subtree of one element ends. Only subtrees that would take long to skip have a span, but no element whose
+/// only child is a text: it then costs memory by their number, not by the number of elements. Spans stand in the order
+/// of the elements' records, so the span of an element's first descendant that has one comes right after the element's
+/// own.
 struct Span {
     std::uint32_t offset;  // of the element's record
     std::uint32_t end;     // offset behind the subtree's last record
@@ -46,7 +47,7 @@ struct CRecordTree {
 
     bool IsEmpty() const { return begin == end; }
 
-    /// A block of `byteCount` bytes, at most kMostBytes, and room for the records to grow in. Throws std::bad_alloc.
+    /// A block of `byteCount` bytes, and room for the records to grow in. Throws std::bad_alloc.
     void MakeBlock(std::size_t byteCount);
     static constexpr std::uint32_t kMostBytes = 0xFFFFFFF0;  // offsets are 32 bits wide
 

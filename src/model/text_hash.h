@@ -21,8 +21,11 @@ inline std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
 #endif
 }
 
-// With a good hash no run of taken slots, in a table that is half empty, comes near this length; one that does was made
-// on purpose, and the table is laid out anew under a seed that its maker cannot know, but not again and again.
+/// A seed that nobody can know beforehand.
+std::uint64_t RandomSeed() noexcept;
+
+// With a good hash no run of taken slots, in a table that is a third empty, comes near this length; one that does was
+// made on purpose, and the table is laid out anew under a seed that its maker cannot know, but not again and again.
 inline constexpr std::size_t kSuspiciousRun = 256;
 inline constexpr int kMostReseeds = 4;
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <random>
 
 #include "model/incoming_bytes.h"
 #include "model/layout.h"
@@ -146,8 +145,8 @@ void CWordDict::Reserve(std::size_t wordCount, std::size_t unitCount) {
 void CWordDict::AddWords(const TextView* texts, std::size_t count, std::uint32_t* indexes) {
     if (m_slots.IsEmpty()) BuildIndex();
     std::uint32_t hashes[kBatch];
-    for (; count > 0; texts += kBatch, indexes += kBatch) {
-        const std::size_t batch = std::min(count, kBatch);
+    for (std::size_t batch = 0; count > 0; texts += batch, indexes += batch, count -= batch) {
+        batch = std::min(count, kBatch);
         const std::uint64_t seed = m_seed;
         for (std::size_t i = 0; i < batch; ++i) {
             hashes[i] = HashText(texts[i], seed);
@@ -165,7 +164,6 @@ void CWordDict::AddWords(const TextView* texts, std::size_t count, std::uint32_t
         for (std::size_t i = 0; i < batch; ++i) {
             indexes[i] = AddHashed(texts[i], m_seed == seed ? hashes[i] : HashText(texts[i], m_seed));
         }
-        count -= batch;
     }
 }
 
@@ -215,14 +213,12 @@ void CWordDict::Enter(std::uint32_t hash, std::uint32_t value) {
     if (run > kSuspiciousRun && m_reseedCount < kMostReseeds) Reseed();
 }
 
-// Without memory or random numbers the index stays as slow as it is.
+// Without memory the index stays as slow as it is.
 void CWordDict::Reseed() noexcept {
     ++m_reseedCount;
     try {
-        std::random_device random;
-        const std::uint64_t high = random();
-        Rehash(m_slots.Size(), (high << 32) | random());
-    } catch (const std::exception&) {
+        Rehash(m_slots.Size(), RandomSeed());
+    } catch (const std::bad_alloc&) {
     }
 }
 

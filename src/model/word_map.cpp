@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <random>
 
 #include "model/text_hash.h"
 
@@ -28,8 +27,7 @@ CWordMap::CWordMap(const CWordDict& from, CWordDict& to) : m_from(from), m_to(to
     m_lengths.Extend(wordCount);
     m_slots.Extend(slotCount);
     for (int seeds = 0; !Index(m_seed, seeds < kMostReseeds ? kSuspiciousRun : slotCount); ++seeds) {
-        std::random_device random;
-        m_seed = (std::uint64_t{random()} << 32) | random();
+        m_seed = RandomSeed();
     }
 }
 

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 
+#include "platform/text_length.h"
 #include "test_files.h"
 
 namespace {
@@ -215,7 +216,9 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel convert - x.bdoc <open.xml", 2, nullptr, "standard input:3:"},
         {"parvel convert empty.xml x.bdoc", 2, nullptr, "empty.xml"},
         {"parvel convert charset.xml x.bdoc", 2, nullptr, "charset.xml"},
+#ifndef PARVEL_IS_SANITIZED  // sanitizers need descriptors of their own
         {"ulimit -n 5; parvel convert gbk.xml x.bdoc", 2, nullptr, "gbk.xml: this system cannot convert from"},
+#endif
         {"parvel convert binary.xml x.bdoc", 2, nullptr, "binary.xml:1:1: "},
         {"parvel convert none.xml x.bdoc", 3, nullptr, "none.xml: cannot open: No such file"},
         {"parvel convert . x.bdoc", 3, nullptr, ".: cannot read: Is a directory"},

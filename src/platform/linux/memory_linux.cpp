@@ -13,5 +13,7 @@ void MakePages(void* memory, std::size_t size) {
     // Memory that was in use before has its pages, and asking for these costs more than asking whether it has.
     unsigned char isThere = 0;
     if (mincore(reinterpret_cast<void*>(end - kPageBytes), kPageBytes, &isThere) == 0 && (isThere & 1) != 0) return;
+#ifdef MADV_POPULATE_WRITE
     madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+#endif
 }
