@@ -6,6 +6,7 @@
 
 #include "document_bytes.h"
 #include "model/attr_table.h"
+#include "model/incoming_bytes.h"
 #include "platform/dialog.h"
 
 namespace {
@@ -120,15 +121,16 @@ TEST_F(Layout, FilesOfManyPiecesLoadAsTheyDoInOne) {
 // An element whose only child is a text has no span, even where a piece ends between the two: who makes children counts
 // on that.
 TEST_F(Layout, PieceEndsMakeNoSpans) {
-    constexpr std::size_t kPieceBytes = 262'144, kElementBytesHere = 17 + 14 * 8, kRootBytes = 17, kTextBytesHere = 5;
+    constexpr std::size_t kPieceBytes = CIncomingBytes::kPieceBytes, kAttrs = 14;
     for (std::size_t gap = 0; gap < 5; ++gap) {
-        const std::size_t before = 4 + 4 + 4 + 2 + kRootBytes + kElementBytesHere;
-        const std::size_t textCount = (kPieceBytes - gap - before) % 2;  // words have an even number of bytes
-        const std::size_t wordBytes = kPieceBytes - gap - before - textCount * kTextBytesHere;
+        const std::size_t rest =
+            4 + 4 + 4 + 2 + 2 * kElementBytes + kAttrs * kAttrEntryBytes;  // but for the first word
+        const std::size_t textCount = (kPieceBytes - gap - rest) % 2;      // words have an even number of bytes
+        const std::size_t wordBytes = kPieceBytes - gap - rest - textCount * kTextBytes;
         CBytes parts;
         parts.Words({std::u16string(wordBytes / 2, u'w'), u"x"}).Element(1, 1 + static_cast<int>(textCount));
         if (textCount > 0) parts.TextNode(1);
-        parts.Element(1, 1, std::vector<std::uint32_t>(28, 1));
+        parts.Element(1, 1, std::vector<std::uint32_t>(2 * kAttrs, 1));
         ASSERT_EQ(static_cast<const Bytes&>(parts).size(), kPieceBytes - gap);
         const DocumentPtr document = NewDocument();
         ASSERT_TRUE(LoadFile(*document, parts.TextNode(1)));

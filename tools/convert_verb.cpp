@@ -20,7 +20,7 @@ struct ConvertOptions {
 [[noreturn]] void ExplainRefusal(const CSource& source, const CTarget& target) {
     if (const XmlFault fault = FindXmlFault(source.Path()); fault.isFound) {
         throw CFault(ExitCode::BadInput, source.Name() + fault.position, fault.reason,
-                     fault.position.empty() ? "save it in UTF-8, where it can be read, and convert it again"
+                     fault.position.empty() ? "check that it can be read, or save it in UTF-8"
                                             : "correct the XML there and convert it again");
     }
     target.CheckAccess();

@@ -5,7 +5,6 @@
 #include "platform/file.h"
 
 std::uint64_t CIncomingBytes::Bring(std::uint64_t end) {
-    constexpr std::uint64_t kPieceBytes = 256 * 1024;  // fits into any cache of the second level
     end = std::min(end, m_size);
     while (m_arrived < end) {
         const std::size_t wanted = static_cast<std::size_t>(std::min(kPieceBytes, m_size - m_arrived));

@@ -9,6 +9,8 @@ class CInputFile;
 
 class CIncomingBytes {
 public:
+    static constexpr std::uint64_t kPieceBytes = 256 * 1024;  // fits into any cache of the second level
+
     /// Bytes that are there already.
     explicit CIncomingBytes(std::uint64_t size) : m_size(size), m_arrived(size) {}
     /// Bytes of a file, to be read to `bytes`; both must outlive this.

@@ -147,12 +147,16 @@ CRecordTree CNewRecords::WriteAnew(const CWordMap& map) {
             }
         }
     } else {
-        size > 0 ? m_made.ShrinkToFit() : m_made.MakeRoom(1);  // an empty tree, too, has a block
+        if (size > 0) {
+            m_made.ShrinkToFit();
+        } else {
+            m_made.MakeRoom(1);  // an empty tree, too, has a block
+        }
         tree.bytes = SharedBytes(m_made.Release(), std::free);
         tree.roomEnd = static_cast<std::uint32_t>(size);
     }
     CIncomingBytes all(size);
-    // They are well-formed; if they were not, the former tree would still be there.
+    // Records of our own are well-formed. If ever they were not, this way the document stays as it was.
     if (size > 0 && !ScanRecords(tree.bytes.get(), 0, all, tree)) throw std::bad_alloc();
     return tree;
 }

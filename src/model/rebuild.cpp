@@ -147,7 +147,7 @@ void CRebuild::EmitNode(CBinNode& node, bool isWritten) {
             m_records.Made().Truncate(begin);
             return;
         }
-        static_assert(CNewRecords::kNothing == CBinNode::kNoRecord);
+        static_assert(CNewRecords::kNothing == CBinNode::kNoRecord);  // as a node made since the last save has it
         m_records.Take(begin, node.IsGuest() ? CNewRecords::kNothing : node.m_offset);
     }
     m_placed.Append({&node, place});
@@ -304,7 +304,8 @@ void CRebuild::KeepApart(CBinNode& node, std::size_t begin, std::uint32_t childC
 // Not for long: a document of which little is left gives its memory back.
 bool CRebuild::StaysInPlace() const {
     const std::uint64_t usedBytes = m_records.Size() + (AreWordsInBlock() ? m_newWords.SharedBytesUsed() : 0);
-    return m_isBlockOurs && m_records.FitFormerBlock() && usedBytes * 2 > m_document.Tree().roomEnd;
+    const std::uint64_t blockBytes = m_document.Tree().roomEnd;
+    return m_isBlockOurs && m_records.FitFormerBlock() && usedBytes * 2 + CRecordTree::kLeastRoom > blockBytes;
 }
 
 // The records' block: the words may also lie in another one, where the records were before.

@@ -105,7 +105,6 @@ bool ScanRecords(const unsigned char* bytes, std::uint64_t begin, CIncomingBytes
 // Memory that is not touched costs next to nothing.
 void CRecordTree::MakeBlock(std::size_t byteCount) {
     constexpr std::size_t kRoomShare = 64;
-    constexpr std::size_t kLeastRoom = 64;
     static_assert(kLeastRoom >= CWordDict::kBlockSpareBytes);
     const std::size_t size = byteCount + byteCount / kRoomShare + kLeastRoom;
     if (size < byteCount) throw std::bad_alloc();

@@ -50,6 +50,7 @@ struct CRecordTree {
     /// A block of `byteCount` bytes, and room for the records to grow in. Throws std::bad_alloc.
     void MakeBlock(std::size_t byteCount);
     static constexpr std::uint32_t kMostBytes = 0xFFFFFFF0;  // offsets are 32 bits wide
+    static constexpr std::size_t kLeastRoom = 64;
 
     bool HasSameBytes(const CRecordTree& other) const {
         const std::size_t size = end - begin;

@@ -1,5 +1,5 @@
 // Hash of a text for the word index: sixteen bytes a product, folded multiplication (the high and the low half of a
-// product both count), so that texts which collide for one seed do not for another.
+// product both count), so that texts which collide for one seed, but for a handful, do not for another.
 #pragma once
 
 #include <cstdint>

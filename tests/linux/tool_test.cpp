@@ -217,10 +217,12 @@ TEST_F(Tool, TellsWhereAndWhatIsWrong) {
         {"parvel convert empty.xml x.bdoc", 2, nullptr, "empty.xml"},
         {"parvel convert charset.xml x.bdoc", 2, nullptr, "charset.xml"},
 #ifndef PARVEL_IS_SANITIZED  // sanitizers need descriptors of their own
-        {"ulimit -n 5; parvel convert gbk.xml x.bdoc", 2, nullptr, "gbk.xml: this system cannot convert from"},
+        {"exec 3>&- 4>&-; ulimit -n 5; parvel convert gbk.xml x.bdoc", 2, nullptr,
+         "gbk.xml: this system cannot convert from"},
 #endif
         {"parvel convert binary.xml x.bdoc", 2, nullptr, "binary.xml:1:1: "},
         {"parvel convert none.xml x.bdoc", 3, nullptr, "none.xml: cannot open: No such file"},
+        {"parvel convert /proc/self/mem x.bdoc", 2, nullptr, "cannot be read; check that it can be read"},
         {"parvel convert . x.bdoc", 3, nullptr, ".: cannot read: Is a directory"},
         {"parvel convert menu.xml none/x.bdoc", 3, nullptr, "none/x.bdoc: cannot open for writing: No such file"},
         {"parvel convert menu.xml .", 3, nullptr, ".: cannot open for writing: Is a directory"},
