@@ -22,7 +22,7 @@ GROUPS = {
     "clone_edited": "walk", "compare_edited": "walk",
     "save": "save", "edit_save": "save",
 }
-REPETITIONS = {"files": 7, "small": 15, "series": 5, "count": 5}
+REPETITIONS = {"files": 7, "small": 15, "series": 9, "bytes": 9, "count": 5}
 OTHER_REPETITIONS = 5
 LEAST_SECONDS = {"small": 0.05, "series": 0.02}
 OTHER_LEAST_SECONDS = 0.02
