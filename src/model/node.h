@@ -143,12 +143,13 @@ private:
     struct Look;
     Look LookUp() const;
     unsigned char* PlainRecord() const;
-    const WCHAR* GetEditedValue();
-    void GetChildSlowly(std::int32_t index, IBinNode** out);
+    // Apart, so that the ways that nearly all calls take stay short.
+    [[gnu::noinline]] const WCHAR* GetEditedValue();
+    [[gnu::noinline]] void GetChildSlowly(std::int32_t index, IBinNode** out);
     void TakeReference();
     bool MakeRun(CBinaryDocument* document);
     bool MakeCopies(const CNodeRun& run, std::uint32_t count);
-    ULONG ReleaseSlowly();
+    [[gnu::noinline]] ULONG ReleaseSlowly();
     void BecomeGuest();
     CNodeState& NeedState();
     std::uintptr_t& Links();
