@@ -96,6 +96,7 @@ private:
     bool StandsInRecords() const;
     void ShareTreeOf(const CBinaryDocument& source);
     bool ReadFile(const WCHAR* path, CWordDict& words, CRecordTree& tree);
+    bool TakeLoaded(bool isWhole, CRecordTree&& tree, CWordDict&& words);
     void AdoptTree(CRecordTree&& tree, CWordDict&& words);
     void HoldKeptNodes();
     void HoldDetachedNodes();

@@ -61,12 +61,8 @@ bool CBinaryDocument::LoadFromFile(const WCHAR* path) {
     try {
         CWordDict words;
         CRecordTree tree;
-        if (!ReadFile(path, words, tree)) {
-            ReplaceWords(std::move(words));
-            return false;
-        }
-        AdoptTree(std::move(tree), std::move(words));
-        return true;
+        const bool isWhole = ReadFile(path, words, tree);
+        return TakeLoaded(isWhole, std::move(tree), std::move(words));
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -110,15 +106,20 @@ bool CBinaryDocument::LoadFromBuffer(const void* buffer) {
         CIncomingBytes all(byteCount);
         words.TakeBlock(tree.bytes, all, byteLimit);
         tree.roomBegin = static_cast<std::uint32_t>(words.BlockEnd());
-        if (!isWhole) {
-            ReplaceWords(std::move(words));
-            return false;
-        }
-        AdoptTree(std::move(tree), std::move(words));
-        return true;
+        return TakeLoaded(isWhole, std::move(tree), std::move(words));
     } catch (const std::bad_alloc&) {
         return false;
     }
+}
+
+// Of a file that is broken, the words before that place come in, and the former tree stays.
+bool CBinaryDocument::TakeLoaded(bool isWhole, CRecordTree&& tree, CWordDict&& words) {
+    if (isWhole) {
+        AdoptTree(std::move(tree), std::move(words));
+    } else {
+        ReplaceWords(std::move(words));
+    }
+    return isWhole;
 }
 
 void CBinaryDocument::AdoptTree(CRecordTree&& tree, CWordDict&& words) {

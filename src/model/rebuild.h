@@ -15,8 +15,8 @@
 #include "model/grow_array.h"
 #include "model/new_records.h"
 #include "model/node.h"
-#include "model/text_hash.h"
 #include "model/word_map.h"
+#include "platform/hash.h"
 
 class CBinaryDocument;
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "platform/linux/name_hash.h"
+#include "platform/hash.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -51,7 +51,7 @@ bool CXmlComposerNames::Find(TextView name, std::uint32_t& number) {
 bool CXmlComposerNames::Look(TextView name, std::uint32_t& number) {
     if (m_slots.empty()) m_slots.assign(kFirstSlots, kFreeSlot);
     if ((m_names.size() + 1) * 2 > m_slots.size()) Rehash();  // first: what fails here has changed nothing
-    const std::uint32_t hash = HashNameBytes(name.data(), name.size() * sizeof(WCHAR));
+    const std::uint32_t hash = HashBytes(name.data(), name.size() * sizeof(WCHAR));
     const std::size_t mask = m_slots.size() - 1;
     std::size_t i = hash & mask;
     for (; m_slots[i] != kFreeSlot; i = (i + 1) & mask) {

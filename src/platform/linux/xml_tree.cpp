@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/name_hash.h"
+#include "platform/hash.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ void CTextArena::Reuse() {
 
 std::uint32_t CXmlNames::Intern(std::string_view name) {
     if (m_slots.empty()) m_slots.assign(kFirstNameSlots, kFreeSlot);
-    const std::uint32_t hash = HashNameBytes(name.data(), name.size());
+    const std::uint32_t hash = HashBytes(name.data(), name.size());
     const std::size_t mask = m_slots.size() - 1;
     std::size_t i = hash & mask;
     for (; m_slots[i] != kFreeSlot; i = (i + 1) & mask) {

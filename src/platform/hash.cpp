@@ -1,4 +1,4 @@
-#include "model/text_hash.h"
+#include "platform/hash.h"
 
 #include <chrono>
 #include <exception>
@@ -14,4 +14,9 @@ std::uint64_t RandomSeed() noexcept {
         return FoldedProduct(static_cast<std::uint64_t>(now) ^ reinterpret_cast<std::uintptr_t>(&now),
                              0x9E3779B97F4A7C15);
     }
+}
+
+std::uint32_t HashBytes(const void* bytes, std::size_t count) {
+    static const std::uint64_t seed = RandomSeed();
+    return HashBytes(bytes, count, seed);
 }
